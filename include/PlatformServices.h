@@ -1,0 +1,124 @@
+/* SPDX-License-Identifier: MIT */
+/**
+ * @file
+ * What the library needs of the firmware that it runs in.
+ *
+ * The functions below are undefined symbols of libVyxSSIBBackend.so: whoever links or loads the library provides them.
+ * The repository's stand-in, libVyxHostPlatform.so, is one provider; the firmware's own libraries are another. All
+ * memory that crosses this border is the process heap: what one side allocates with malloc, calloc or strdup, the other
+ * may free.
+ */
+#ifndef VYX_PLATFORM_SERVICES_H
+#define VYX_PLATFORM_SERVICES_H
+
+#include <stdint.h>
+#include <stdio.h>
+#include <wchar.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* What is declared here is exported by the library that defines it, however that library is compiled. */
+#pragma GCC visibility push(default)
+
+/** Records shared across the library's border have no padding: their byte offsets are its interface. */
+#define VYX_PACKED __attribute__((packed))
+
+/**
+ * Pointer fields of packed records need not be aligned. A type marked so may be read, written, pointed at and referred
+ * to wherever it lies; it mixes freely with the plain pointer type.
+ */
+#define VYX_UNALIGNED __attribute__((aligned(1)))
+
+/** Result of every operation: 0 is success, a value with the top bit set is a failure. */
+typedef uint32_t EFI_STATUS;
+
+#define EFI_SUCCESS ((EFI_STATUS)0x00000000)
+#define EFI_INVALID_PARAMETER ((EFI_STATUS)0x80000002)
+#define EFI_DEVICE_ERROR ((EFI_STATUS)0x80000007)
+#define EFI_OUT_OF_RESOURCES ((EFI_STATUS)0x80000009)
+#define EFI_NOT_FOUND ((EFI_STATUS)0x8000000E)
+#define EFI_ACCESS_DENIED ((EFI_STATUS)0x8000000F)
+#define EFI_ABORTED ((EFI_STATUS)0x80000015)
+#define EFI_END_OF_FILE ((EFI_STATUS)0x8000001F)
+
+/** Non-zero when `status` is a failure. A positive status other than 0 is a warning and counts as success. */
+#define EFI_ERROR(status) ((((EFI_STATUS)(status)) & 0x80000000U) != 0)
+
+/** A GUID in its usual memory layout: 16 bytes, the first three groups in the machine's byte order. */
+typedef struct EFI_GUID {
+  uint32_t Data1;
+  uint16_t Data2;
+  uint16_t Data3;
+  uint8_t Data4[8];
+} EFI_GUID;
+
+/**
+ * The debug-log service, found by gQuorDebugGUID. The library uses Print alone, always with level 0x800000.
+ *
+ * Print formats `format` (a wide string) with the values that follow it: "%d" and "%x" take an int, "%s" a single-byte
+ * string, "%ls" a wide string, "%r" an EFI_STATUS. Strings are never null. `tag` names the part of the library that
+ * speaks.
+ */
+typedef struct DEBUG_LOG_PROTOCOL {
+  void *Reserved[5];
+  void (*Print)(uint32_t level, const char *tag, const wchar_t *format, ...);
+} DEBUG_LOG_PROTOCOL;
+
+/**
+ * UEFI-emulation service: finds the instances of a protocol.
+ *
+ * @param guid       the protocol
+ * @param count      receives the number of instances; the caller presets it to 0
+ * @param instances  receives an array of `count` instances on the process heap, which the caller frees; the instances stay the
+ *                   platform's. The caller presets it to null
+ * @return EFI_SUCCESS; without an instance, `count` is 0 and there is no array. Any other value when the search itself failed,
+ *         with nothing handed out
+ */
+EFI_STATUS getProtocolInstanceByGuid(const EFI_GUID *guid, uint32_t *count, void ***instances);
+
+/**
+ * Partition storage: opens a file of a flash partition as a standard buffered stream.
+ *
+ * @param partition  the partition's name
+ * @param fileName   the file's name inside the partition
+ * @param mode       "r" to read an existing file, "w" to replace its contents
+ * @param stream     receives the stream, which varsk_fclose_1 closes; null when the file was not opened
+ * @return EFI_SUCCESS with a stream. Without one: EFI_ACCESS_DENIED when the file may not be touched, which the library
+ *         passes on; any other value is taken as "no such file" when reading and as a failure when writing
+ */
+EFI_STATUS varsk_fopen_1(const wchar_t *partition, const wchar_t *fileName, const char *mode, FILE **stream);
+
+/**
+ * Partition storage: closes a stream of varsk_fopen_1, called with the same partition and mode. The library does not
+ * look at the result: a platform that replaces a file only on a complete write keeps the old one when this fails.
+ */
+EFI_STATUS varsk_fclose_1(const wchar_t *partition, FILE *stream, const char *mode);
+
+/** Partition storage: deletes a file. The library does not look at the result. */
+EFI_STATUS varsk_fdelete_1(const wchar_t *partition, const wchar_t *fileName);
+
+/** Partition storage: the size in bytes of the file behind a stream opened with "r". Leaves the position where it was.
+ */
+uint32_t getSize(FILE *stream);
+
+/**
+ * Log service: one line of trace, in the manner of printf. The library writes one after every call of the partition
+ * storage that opens, closes or deletes, with level 5 and verbosity 9; a wide string is announced by "%ls".
+ */
+int quorprintf(int level, int verbosity, const char *format, ...);
+
+/**
+ * Configuration service: sets the integer attribute `name`. The library passes 6 and 0, whose meaning is the service's.
+ * @return 0 when the attribute is set
+ */
+int CfgSetAttributeInt(const char *name, int kind, int value);
+
+#pragma GCC visibility pop
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

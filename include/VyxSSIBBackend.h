@@ -1,0 +1,532 @@
+/* SPDX-License-Identifier: MIT */
+/**
+ * @file
+ * libVyxSSIBBackend: persistent queues of jobs in a flash partition.
+ *
+ * A queue is an ordered list of job entries, kept in one file of the partition sVarskPartition in one of two forms,
+ * which the file's name decides when the queue is opened:
+ *   - a name that contains "json" (exactly so: "JSON" does not count) is a JSON task list, SSIB_MODE_BIOS_SMA; the main
+ * one is "BIOS_task_list.json". What the form holds and what it cannot is said at iFlushToJSON and iParseFromJSON;
+ *   - any other name is an XML queue file, SSIB_MODE_DEFAULT; the main one is "Main.ssib". What it holds is said at
+ *     iFlushSSIBQueue.
+ *
+ * A host starts the library once with vyxSSIB2LinuxInitBackend and then works on gSSSIB2pvt, or on handles of its own
+ * that Protocol2Constructor has set up. iOpenSSIB reads the whole file into a list in memory; getting, adding, deleting
+ * and replacing work on that list; iFlushSSIBQueue, iRemoveFromSSIBQueue and the last iCloseSSIB write it back whole.
+ *
+ * What holds for every function:
+ *   - Arguments are checked first: a refused argument costs nothing and changes nothing.
+ *   - Names of files are NUL-terminated wide strings of 4-byte characters, all other texts NUL-terminated single-byte
+ * strings.
+ *   - Memory is the process heap. What the library hands out is released with free, a node with the XML service's
+ * DeleteTree. An argument stays the caller's and is only read, unless the function says otherwise.
+ *   - Each step is reported to the debug-log service, when there is one; results never depend on it.
+ *   - The library starts no threads and takes no locks: the caller serialises all calls, those on different handles
+ * too, because the JSON writer's buffer and vyx_fgetc's read-ahead are shared by all. Nothing coordinates two handles,
+ * or two processes, that have one file open: the last one to write decides.
+ *   - Only the functions that say so touch flash.
+ *   - Costs are given for a list of N elements. The list has no tail pointer and no index: N elements take one walk.
+ */
+#ifndef VYX_SSIB_BACKEND_H
+#define VYX_SSIB_BACKEND_H
+
+#include <stddef.h>
+
+#include "XmlService.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* What is declared here is exported by the library that defines it, however that library is compiled. */
+#pragma GCC visibility push(default)
+
+/* ---- Constants --------------------------------------------------------------------------------------------------- */
+
+/** The two forms of a queue: values of the mode fields. */
+#define SSIB_MODE_DEFAULT 0U  /**< XML queue file */
+#define SSIB_MODE_BIOS_SMA 1U /**< JSON task list */
+
+/** Bits of a field mask: which optional fields of an entry are valid. All other fields are always valid. */
+#define SSIB_FIELD_RB_REQ 0x01U
+#define SSIB_FIELD_RB_TYPE 0x02U
+#define SSIB_FIELD_TIMEOUT 0x04U
+#define SSIB_FIELD_RTN_CODE 0x08U
+#define SSIB_FIELD_RT_COUNT 0x10U
+#define SSIB_FIELD_JOB_ID 0x20U
+
+/** Where iAddToSSIBQueue puts an entry, and the priority that it gets. Entries read from a file have priority 3. */
+#define SSIB_ADD_PREPEND_HI 1U /**< behind the entries of priority 1, ahead of all others */
+#define SSIB_ADD_APPEND_HI 2U  /**< behind priorities 1 and 2, ahead of the entries read from the file */
+#define SSIB_ADD_PREPEND_LO 4U /**< behind the entries read from the file and those of priority 4 */
+#define SSIB_ADD_APPEND_LO 5U  /**< at the very end, whatever stands there */
+
+/** Statuses of the library's own. The top bit is clear, yet they report a flush that wrote nothing. */
+#define SSIB_STATUS_NO_DOCUMENT ((EFI_STATUS)0x00300004) /**< no file name, or the document could not be built */
+#define SSIB_STATUS_NO_FILE \
+  ((EFI_STATUS)0x00300009) /**< the document is empty, or its file did not open for writing \
+                            */
+
+/* ---- Records ----------------------------------------------------------------------------------------------------- */
+
+typedef struct SSIB_ENTRY SSIB_ENTRY;
+typedef struct SSIB_ENTRY_LIST SSIB_ENTRY_LIST;
+typedef struct SSIB2_PRIVATE_DATA SSIB2_PRIVATE_DATA;
+
+/* The records' pointer fields: plain pointers that may lie at any address. */
+typedef char *SSIB_TEXT VYX_UNALIGNED;
+typedef wchar_t *SSIB_WIDE_TEXT VYX_UNALIGNED;
+typedef SSIB_ENTRY_LIST *SSIB_LINK VYX_UNALIGNED;
+
+/**
+ * One job: 67 bytes on a 32-bit machine.
+ *
+ * What the numbers RB_Type, RB_Req, RT_Count and Rtn_Code mean is up to those who put jobs in and take them out; the
+ * library stores, compares and writes them.
+ */
+struct SSIB_ENTRY {
+  uint32_t Version;  /**< version number of the block */
+  uint8_t mode;      /**< SSIB_MODE_DEFAULT or SSIB_MODE_BIOS_SMA; entries read from a file have 0. Not stored */
+  uint16_t Block_ID; /**< identifier of the block */
+  uint8_t RB_Type;   /**< optional: SSIB_FIELD_RB_TYPE */
+  uint8_t RB_Req;    /**< optional: SSIB_FIELD_RB_REQ */
+  uint32_t Timeout;  /**< optional: SSIB_FIELD_TIMEOUT. Reading a file keeps the low 16 bits alone */
+  uint32_t Rtn_Code; /**< optional: SSIB_FIELD_RTN_CODE. Return code of the job */
+  uint16_t RT_Count; /**< optional: SSIB_FIELD_RT_COUNT */
+  SSIB_TEXT Job_ID;  /**< optional: SSIB_FIELD_JOB_ID. Job identifier */
+  SSIB_TEXT Cmd_Line;
+  SSIB_TEXT Task_Name;
+  XML_NODE_LINK Node; /**< extra content of an XML block: a detached chain of elements, or null */
+  SSIB_TEXT LU_Category;
+  SSIB_TEXT Display_Name; /**< this and what follows belong to JSON task lists */
+  SSIB_TEXT Job_Type;
+  SSIB_TEXT FQDD;
+  SSIB_TEXT Resource_URI;
+  SSIB_TEXT Resource_Type;
+  SSIB_TEXT Resource_Namespace;
+  SSIB_TEXT Target_Version;
+} VYX_PACKED;
+
+/** One element of a queue's list: 76 bytes on a 32-bit machine. Owns all that its entry points to. */
+struct SSIB_ENTRY_LIST {
+  SSIB_LINK next;     /**< null at the tail */
+  uint32_t fieldMask; /**< SSIB_FIELD_ bits: which optional fields of the entry are valid */
+  uint8_t priority;   /**< 3 when read from a file, else the add location. Not stored */
+  SSIB_ENTRY entry;
+} VYX_PACKED;
+
+/** A queue handle: 81 bytes on a 32-bit machine. Zero before Protocol2Constructor and after Protocol2Destructor. */
+struct SSIB2_PRIVATE_DATA {
+  uint8_t signature[4];           /**< 's', 's', 'i', 'b'; nothing checks it */
+  XML_SERVICE_PROTOCOL *XMLProto; /**< the XML service; null before construction */
+  SSIB_LINK ssibEntryListHead;    /**< first element; null when the queue is empty */
+  SSIB_LINK ssibEntryListPtr;     /**< read cursor: what the next get returns; null when the walk is over */
+  SSIB_WIDE_TEXT ssibFileName;    /**< name of the open queue's file; owned by the handle */
+  XML_NODE_LINK xmlRoot;          /**< document tree during an open or a flush; null between calls */
+  DEBUG_LOG_PROTOCOL *debugProto; /**< the debug-log service; null when there is none */
+  uint8_t revision;               /**< 2 after construction; nothing reads it */
+  uint8_t reserved[47];           /**< 0 */
+  uint32_t openCount;             /**< opens not yet matched by a close */
+  uint8_t mode;                   /**< form of the queue: set by an open, SSIB_MODE_DEFAULT after the last close */
+} VYX_PACKED;
+
+/* ---- Exported data ----------------------------------------------------------------------------------------------- */
+
+extern SSIB2_PRIVATE_DATA gSSSIB2pvt;    /**< the handle that vyxSSIB2LinuxInitBackend sets up */
+extern DEBUG_LOG_PROTOCOL *vyxSsibDebug; /**< the debug-log service in use; null when there is none */
+/** L"VAR025": the partition of all queue files; 7 characters, writable. Whether a task list exists is asked here, but task
+    lists are always read from, and written to, L"VAR025". */
+extern wchar_t sVarskPartition[];
+extern const EFI_GUID gQuorEfiXMLProtocolGuid2; /**< the XML service, XML_SERVICE_PROTOCOL */
+extern const EFI_GUID gQuorDebugGUID;           /**< the debug-log service, DEBUG_LOG_PROTOCOL */
+extern const EFI_GUID gEfiVyxSSIBProtocol2Guid; /**< this library's queue protocol, version 2; for clients' use */
+
+/* ---- Start-up ---------------------------------------------------------------------------------------------------- */
+
+/**
+ * Starts the library: constructs gSSSIB2pvt. Called once, before any other call on that handle.
+ *
+ * Calling it again while a queue is open gives that queue's list and file name up without releasing or writing them:
+ * close it first.
+ *
+ * @return EFI_SUCCESS
+ * @return EFI_ABORTED  there is no XML service; gSSSIB2pvt and vyxSsibDebug are as before
+ */
+EFI_STATUS vyxSSIB2LinuxInitBackend(void);
+
+/**
+ * Ends the library: zeroes gSSSIB2pvt. Releases and writes nothing, so close every queue first. vyxSsibDebug stays set.
+ * @return EFI_SUCCESS
+ */
+EFI_STATUS vyxSSIB2LinuxUnloadBackend(void);
+
+/**
+ * Sets a handle up: finds the XML service and, when there is one, the debug-log service, which is published in
+ * vyxSsibDebug. Whatever the handle held before is overwritten, not released.
+ *
+ * @return EFI_SUCCESS            also without a debug-log service: the library then runs silently, after the search's
+ *                                one line on standard error
+ * @return EFI_INVALID_PARAMETER  SSIB2 is null
+ * @return EFI_NOT_FOUND          there is no XML service; the handle and vyxSsibDebug are untouched
+ */
+EFI_STATUS Protocol2Constructor(SSIB2_PRIVATE_DATA *SSIB2);
+
+/**
+ * Zeroes a handle. Releases nothing: a queue that is still open keeps its list and file name allocated for ever.
+ *
+ * @return EFI_SUCCESS
+ * @return EFI_INVALID_PARAMETER  SSIB2 is null
+ */
+EFI_STATUS Protocol2Destructor(SSIB2_PRIVATE_DATA *SSIB2);
+
+/**
+ * Finds the first instance of a protocol. Writes a line to standard error when there is none, and when the search
+ * fails.
+ *
+ * @param guid      the protocol
+ * @param instance  receives the instance, which stays the platform's; untouched on failure
+ * @return EFI_SUCCESS
+ * @return EFI_INVALID_PARAMETER  an argument is null
+ * @return EFI_NOT_FOUND          no instance, or the search failed
+ */
+EFI_STATUS FindAProtocol(const EFI_GUID *guid, void **instance);
+
+/* ---- Queue files ------------------------------------------------------------------------------------------------- */
+
+/**
+ * Opens a queue: reads its file into the handle's list and puts the cursor on the first entry. A missing or empty file
+ * is an empty queue, and so is one that the partition does not open for another reason than EFI_ACCESS_DENIED; nothing is
+ * written before the first flush.
+ *
+ * On a handle whose queue is open already, only openCount goes up, whatever the name: the open queue stays. Each
+ * successful open wants a close.
+ *
+ * An XML file that is damaged anywhere is refused whole. A child of the root is one entry, whatever its name; an
+ * attribute that is not known is ignored, a repeated one holds with its last value, one without text gives 0 or a null
+ * string. Of several unknown child elements of a block, Node keeps the last one with what follows it.
+ *
+ * Reads flash: the file is opened twice, once for its size. Takes a buffer of the file's size, and time linear in it.
+ * A task list with "UPDATE" jobs sets a configuration attribute, as said at iParseFromJSON.
+ *
+ * @param SSIB2     a constructed handle. After a failed open, too, it can be opened again
+ * @param fileName  the file's name inside the partition; may be the handle's own ssibFileName
+ * @return EFI_SUCCESS            openCount is one higher
+ * @return EFI_INVALID_PARAMETER  an argument is null: nothing changed. Or: the text is no task list; see below
+ * @return EFI_OUT_OF_RESOURCES   no XML service (the handle keeps all but its mode), or no memory
+ * @return EFI_ACCESS_DENIED      the partition refuses the file, or an XML file did not open for reading
+ * @return EFI_DEVICE_ERROR       the file ended before its size
+ * @return EFI_ABORTED            a task list did not open for reading
+ * @return another failure        the XML service's status: the document is not well-formed, or an empty one
+ *                                could not be made
+ *
+ * After a failure openCount is unchanged and the list of an earlier failed open is gone; mode is that of the name, and
+ * ssibFileName is null except after EFI_ABORTED. One failure is different: when iParseFromJSON fails,
+ * for whatever reason, the task list counts as open, with an empty list and openCount 1, and wants a close. Its file keeps
+ * its bytes as long as nothing is added, because the writer refuses an empty list. openCount tells the cases apart.
+ */
+EFI_STATUS iOpenSSIB(SSIB2_PRIVATE_DATA *SSIB2, const wchar_t *fileName);
+
+/**
+ * Writes the list to the queue's file, whole. The list, the cursor and openCount stay as they are. Neither priorities
+ * nor the entries' mode are stored; after the next open all entries have priority 3, in their written order.
+ *
+ * A task list (mode SSIB_MODE_BIOS_SMA) is written by iFlushToJSON, whose statuses are returned. An XML queue file
+ * holds the root "SSIB_INFO" with a "SSIB_BLOCK" for each entry. It stores Version, Block_ID, Task_Name, LU_Category (a
+ * null one as an empty text) and the fields of fieldMask. Cmd_Line becomes the text of a child "CMD_LINE"; one that
+ * begins with a double quote loses its first and its last character. Node is stored only when Cmd_Line is null. What
+ * belongs to task lists is not stored.
+ *
+ * Writes flash: the document is built in memory first, so whatever fails before the file is opened leaves the file as
+ * it was. Costs one walk of the list.
+ *
+ * @param SSIB2  a handle with an open queue
+ * @return EFI_SUCCESS
+ * @return EFI_INVALID_PARAMETER    SSIB2 is null, or an XML queue's handle has no XML service
+ * @return SSIB_STATUS_NO_DOCUMENT  the handle has no file name (no queue is open), memory ran out, or the XML
+ *                                  service refused a text; file untouched
+ * @return SSIB_STATUS_NO_FILE      the service gave no text, or the file did not open for writing
+ * @return EFI_DEVICE_ERROR         the text was not written completely. What the file holds is up to the partition
+ */
+EFI_STATUS iFlushSSIBQueue(SSIB2_PRIVATE_DATA *SSIB2);
+
+/**
+ * Ends one use of a queue. The close that brings openCount to 0 flushes the queue and releases the file name and the
+ * list; every other close only counts down, and one on a handle that is not open does nothing.
+ *
+ * The release happens whatever the flush says: after a failed flush, what was only in memory is lost. A caller that
+ * must not lose it calls iFlushSSIBQueue first and closes when that succeeded. There is no recovery from a close that
+ * was refused.
+ *
+ * Writes flash, as iFlushSSIBQueue does.
+ *
+ * @return EFI_SUCCESS
+ * @return EFI_INVALID_PARAMETER  SSIB2 is null; or, on the last close, there is no XML service: openCount is then 0,
+ * nothing is written, and name and list stay with the handle until its next open
+ * @return another status         that of the last close's iFlushSSIBQueue; for a task list that has become empty this
+ * is EFI_INVALID_PARAMETER, and its file keeps the old entries
+ */
+EFI_STATUS iCloseSSIB(SSIB2_PRIVATE_DATA *SSIB2);
+
+/**
+ * Deletes a queue's file. A handle that has it open keeps its list, and writes the file anew when it flushes.
+ * Changes flash.
+ *
+ * @param SSIB2     not used, yet not null
+ * @param fileName  the file's name inside the partition
+ * @return EFI_SUCCESS            the file was there; whether the partition deleted it is not looked at
+ * @return EFI_INVALID_PARAMETER  an argument is null
+ * @return EFI_NOT_FOUND          the file cannot be opened for reading
+ */
+EFI_STATUS iDeleteSSIB(SSIB2_PRIVATE_DATA *SSIB2, const wchar_t *fileName);
+
+/**
+ * Folds a sub-queue into the main queue of its form, "Main.ssib" or "BIOS_task_list.json": its entries move behind
+ * those of the main queue, in their order, whatever the priorities; nothing is compared, so an entry in both is there
+ * twice. A main queue without a file is created.
+ *
+ * Works on two handles of its own and never looks at the caller's: whoever has the main queue open closes it first, or
+ * its next flush undoes the merge.
+ *
+ * Reads and writes flash: the sub-queue's file is emptied first (an XML file; a task list keeps its entries) and
+ * deleted when that is asked for, then the main file is written. When that last write fails, the moved
+ * entries are in neither file, unless their task list was left in place.
+ *
+ * Setting the handles up refreshes vyxSsibDebug, as Protocol2Constructor does; reading task lists with "UPDATE" jobs sets a
+ * configuration attribute, as said at iParseFromJSON.
+ *
+ * @param SSIB2           not used, yet not null
+ * @param subQueueName    the sub-queue's file
+ * @param deleteSubQueue  not 0: delete that file
+ * @return EFI_SUCCESS            both queues were opened; how closing and deleting went is not told
+ * @return EFI_INVALID_PARAMETER  one of the first two arguments is null
+ * @return EFI_NOT_FOUND          the sub-queue's file cannot be opened, or there is no XML service; files untouched
+ * @return another failure        that of iOpenSSIB for either queue. The main file is untouched, the sub-queue's
+ *                                file at most written again with its own entries
+ */
+EFI_STATUS iMergeToMain(SSIB2_PRIVATE_DATA *SSIB2, const wchar_t *subQueueName, uint32_t deleteSubQueue);
+
+/* ---- Entries ----------------------------------------------------------------------------------------------------- */
+
+/**
+ * Hands out the entry under the cursor and moves the cursor to the next one. Entries that were added ahead of the
+ * cursor, or after the walk was over, are reached only when the queue has been closed and opened again.
+ *
+ * @param SSIB2  a handle with an open queue
+ * @param entry  overwritten with a copy whose strings and Node are the caller's; what it pointed to before is not
+ * released. A string or node that could not be allocated is null, without any other sign. Untouched on failure
+ * @return EFI_SUCCESS
+ * @return EFI_INVALID_PARAMETER  an argument is null, or the handle has no XML service
+ * @return EFI_END_OF_FILE        the walk is over, or the queue is empty
+ */
+EFI_STATUS iGetSSIBNextEntry(SSIB2_PRIVATE_DATA *SSIB2, SSIB_ENTRY *entry);
+
+/** The same as iGetSSIBNextEntry, but the cursor stays where it is. */
+EFI_STATUS iPeekSSIBNextEntry(SSIB2_PRIVATE_DATA *SSIB2, SSIB_ENTRY *entry);
+
+/**
+ * Adds copies of entries to the list. Those of equal priority keep the order in which they were added. Neither the
+ * cursor nor the handle's mode changes, and nothing is written to flash. Costs one walk, plus the entries.
+ *
+ * @param SSIB2        a constructed handle, with an open queue
+ * @param count        number of entries
+ * @param entries      `count` pointers to entries. An entry whose Timeout is 0 has 600 written into it, and is
+ * otherwise only read. May be null when count is 0
+ * @param fieldMask    SSIB_FIELD_ bits: which optional fields of these entries are valid. Without SSIB_FIELD_JOB_ID no
+ * Job_ID is kept
+ * @param addLocation  one of the SSIB_ADD_ values
+ * @return EFI_SUCCESS            all were added. A string or node that could not be allocated is null in the list
+ * @return EFI_INVALID_PARAMETER  SSIB2 or one of the pointers is null, there is no XML service, or no such location:
+ * nothing changed
+ * @return EFI_OUT_OF_RESOURCES   an element could not be allocated; the entries before it have been added, and
+ *                                its own entry may have got the Timeout of 600
+ */
+EFI_STATUS iAddToSSIBQueue(SSIB2_PRIVATE_DATA *SSIB2, uint32_t count, SSIB_ENTRY **entries, uint32_t fieldMask,
+                           uint32_t addLocation);
+
+/**
+ * Takes the first matching entry out of the list and releases it; a cursor on it moves to the next one. Nothing is
+ * written to flash. Costs one walk.
+ *
+ * In an XML queue an element matches when Version, Block_ID, those of RB_Type, RB_Req, Timeout, Rtn_Code and Job_ID
+ * that its fieldMask holds, Cmd_Line, Task_Name and LU_Category are equal. In a task list, mode, Display_Name,
+ * Job_Type, FQDD, Resource_URI, Resource_Type and Resource_Namespace. 64 bytes of Job_ID, 16 of LU_Category and
+ * Job_Type and 256 of the others count. A string that is null on either side matches nothing, so an entry that lacks
+ * one cannot be deleted.
+ *
+ * A handle without an XML service cannot release the Node of the element: it stays allocated.
+ *
+ * @return EFI_SUCCESS
+ * @return EFI_INVALID_PARAMETER  an argument is null, or no entry matches
+ */
+EFI_STATUS iDeleteSSIBEntry(SSIB2_PRIVATE_DATA *SSIB2, const SSIB_ENTRY *entry);
+
+/**
+ * iDeleteSSIBEntry, then iFlushSSIBQueue, so that the removal lasts. Writes flash.
+ *
+ * @return EFI_SUCCESS
+ * @return EFI_INVALID_PARAMETER  an argument is null, or no entry matches: nothing changed, nothing written. Or:
+ *                                the flush refused, and the entry is out of the list all the same
+ * @return another status         that of iFlushSSIBQueue; the entry is out of the list all the same. The last job of a
+ * task list cannot be removed from its file: the writer refuses an empty list
+ */
+EFI_STATUS iRemoveFromSSIBQueue(SSIB2_PRIVATE_DATA *SSIB2, const SSIB_ENTRY *entry);
+
+/**
+ * Tells whether two entries describe the same job, by the rules of the handle's mode. They are not those of
+ * iDeleteSSIBEntry.
+ *
+ * In an XML queue all numbers, mode included, must be equal; Job_ID (64 bytes count), Cmd_Line, Task_Name (256),
+ * LU_Category (16) and Node (as serialised text) must be equal or null on both sides; the strings of task lists (256,
+ * Job_Type 16) must be equal where both sides have them. In a task list Display_Name, FQDD, Resource_Namespace (256)
+ * and Job_Type (16) must be equal where both sides have them.
+ *
+ * @param SSIB2  read only when both entries are given
+ * @return 0           the same job, or both null
+ * @return 1           not the same, one is null, SSIB2 is null, or its mode is unknown
+ * @return 0xFFFFFFFF  a Node could not be serialised, or there is no XML service to do it
+ * @return other       not the same: the serialised Nodes differ, as strcmp tells. That may be 1 or 0xFFFFFFFF, too: test
+ *                     for 0
+ */
+uint32_t SSIBEntryCmp(SSIB2_PRIVATE_DATA *SSIB2, const SSIB_ENTRY *e1, const SSIB_ENTRY *e2);
+
+/**
+ * Replaces the first entry that SSIBEntryCmp finds equal to oldEntry by a copy of newEntry. Its place, priority and
+ * fieldMask stay: the mask still decides which optional fields reach the file. Nothing is written to flash. Costs one walk,
+ * and in an XML queue two serialised Nodes for each entry that differs in nothing else.
+ *
+ * A handle without an XML service cannot release the old Node of the element: it stays allocated.
+ *
+ * @param oldEntry  the key
+ * @param newEntry  the new contents; may be the same record as oldEntry, but neither may be the list's own
+ * @return EFI_SUCCESS
+ * @return EFI_INVALID_PARAMETER  an argument is null
+ * @return EFI_NOT_FOUND          the list is empty, or no entry matches: nothing changed
+ * @return EFI_OUT_OF_RESOURCES   a string or the Node could not be copied whole. The old contents are gone; the
+ *                                element has the new numbers and the strings copied so far, and null in the others
+ *                                and in Node
+ */
+EFI_STATUS iReplaceSSIBEntry(SSIB2_PRIVATE_DATA *SSIB2, const SSIB_ENTRY *oldEntry, const SSIB_ENTRY *newEntry);
+
+/* ---- JSON task lists --------------------------------------------------------------------------------------------- */
+
+/**
+ * Writes the list as a JSON task list to the handle's file, whatever the handle's mode. The list stays as it is.
+ *
+ * One object is written for each entry, with the keys "JobType", "DisplayName", "FQDD", "JOBID", "ResourceURI",
+ * "ResourceType", "ResourceNamespace" and "TargetVersion"; nothing else of an entry is stored. A null string is written
+ * as an empty one.
+ *
+ * The format has no escapes: values are written as they stand. A value with a double quote, a brace or a bracket, or
+ * one of more than 4095 bytes (the rest is dropped), does not read back; a reader of JSON stumbles over backslashes and
+ * control characters, too. The caller keeps such values out. The limits are listed in docs/formats.md.
+ *
+ * Writes flash, in the partition "VAR025" whatever sVarskPartition says. Costs one walk.
+ *
+ * @return EFI_SUCCESS            the file was opened; write errors are not detected
+ * @return EFI_INVALID_PARAMETER  SSIB2 is null, the list is empty, or there is no file name; the file is not touched
+ * @return EFI_ABORTED            the file did not open for writing
+ */
+EFI_STATUS iFlushToJSON(SSIB2_PRIVATE_DATA *SSIB2);
+
+/**
+ * Reads the text of a JSON task list and appends its jobs, with priority 3, to the handle's list; then puts the cursor
+ * on the first element. Their fieldMask is 0 and their mode SSIB_MODE_DEFAULT, also when there is a Job_ID.
+ * A job whose type begins with "UPDATE" sets the configuration attribute
+ * "Calderwick.Embedded.1#CWAttributes.1#PackageCacheUpdateFlag", once for each such job; whether that worked is not told.
+ *
+ * This is a scanner of the writer's own form, not a JSON parser. The first "[" opens the list; braces and brackets
+ * count inside values, too; a value is the text between the next two double quotes behind the first occurrence of its
+ * quoted key in the object, without escapes. An empty value, like a missing key, gives a null string. A "{" behind the
+ * list is refused.
+ *
+ * @param SSIB2  a constructed handle
+ * @param text   NUL-terminated
+ * @return EFI_SUCCESS
+ * @return EFI_INVALID_PARAMETER  an argument is null, or there is no balanced "[" ... "]": list and cursor as before.
+ * Or an object is not closed inside the list: the jobs before it stay appended
+ * @return EFI_OUT_OF_RESOURCES   an element could not be allocated; the jobs before it stay appended. A string that
+ * could not be allocated is null, without any other sign
+ */
+EFI_STATUS iParseFromJSON(SSIB2_PRIVATE_DATA *SSIB2, const char *text);
+
+/* ---- List primitives --------------------------------------------------------------------------------------------- */
+
+/** A new element of zeros on the heap, the caller's; null when there is no memory. */
+SSIB_ENTRY_LIST *le_new(void);
+
+/**
+ * Appends an element, which then belongs to the list, and sets its next to null. Does nothing when an argument is null.
+ * Costs one walk.
+ *
+ * @param head     address of the list's head pointer
+ * @param element  the new last element
+ */
+void le_insert_tail(SSIB_LINK *head, SSIB_ENTRY_LIST *element);
+
+/* ---- Text utilities ---------------------------------------------------------------------------------------------- */
+
+/**
+ * The next byte of a stream, read ahead 512 bytes at a time. The read-ahead is one buffer for the whole process: bytes
+ * left in it are returned by the next call, whatever stream that names. Read one stream to its end before the next.
+ *
+ * @return 0 to 255; 0xFFFF at the end of input, on a read error and for a null stream. The next call tries to read
+ * again
+ */
+int vyx_fgetc(FILE *stream);
+
+/**
+ * Reads one line of plain text through vyx_fgetc. Carriage returns and bytes above 0x7F are dropped; tabs, vertical
+ * tabs and form feeds become spaces; the line feed is consumed, not stored. Of a line that does not fit, the next call
+ * returns the rest.
+ *
+ * @param buf   receives the line, NUL-terminated; all `size` bytes are written
+ * @param size  of buf, in bytes; with 1, buf becomes empty and nothing is read
+ * @return buf; null when buf or stream is null, when size is 0, and when the input ends before a byte was stored
+ */
+char *fgetline(char *buf, size_t size, FILE *stream);
+
+/**
+ * A block of at least newSize bytes with the contents of ptr.
+ *
+ * @param ptr      a block of oldSize bytes, or null. It is the caller's no more afterwards, even when the result is
+ * null
+ * @param oldSize  in bytes; when not below newSize, ptr itself is returned: blocks never shrink
+ * @return the block, the caller's; null when there is no memory
+ */
+void *smpl_realloc(void *ptr, size_t oldSize, size_t newSize);
+
+/**
+ * Removes every leading and every trailing `ch` of a string, in place. Does nothing to a null string.
+ * @param ch  compared with each byte as a value of 0 to 255; outside of that it removes nothing
+ */
+void strtrim(char *str, int ch);
+
+/**
+ * Finds the first `needle` that lies wholly within the first n bytes of `haystack`, all of which must be readable: a
+ * NUL among them does not end the search.
+ * @return where it begins; haystack itself for an empty needle; null when there is none or an argument is null
+ */
+char *strnstr(const char *haystack, const char *needle, size_t n);
+
+/**
+ * Converts a multibyte string (of the process's locale) to wide characters with mbstowcs.
+ *
+ * @param dst  receives the characters, and a terminator only when it fits
+ * @param len  capacity of dst in characters
+ * @return dst; null when an argument is null or len is 0. How many characters were converted is not told
+ */
+wchar_t *asciiToUnicode(const char *src, wchar_t *dst, size_t len);
+
+/**
+ * The low 8 bits of each character of a wide string.
+ * @return a new string, which the caller frees; null when wstr is null or there is no memory
+ */
+char *unicodeToAscii(const wchar_t *wstr);
+
+#pragma GCC visibility pop
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

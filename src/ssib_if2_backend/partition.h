@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+// Access to the flash partition: every call of the partition storage, each followed by its line of trace.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+#include "VyxSSIBBackend.h"
+
+namespace ssib {
+
+// The name under which a group of source files appears in the trace.
+inline constexpr char kBackendSource[] = "ssib_if2_backend";
+inline constexpr char kJsonSource[] = "json";
+
+// The task lists' own access names the partition itself, whatever a caller has made of sVarskPartition.
+inline constexpr wchar_t kTaskListPartition[] = L"VAR025";
+
+inline constexpr wchar_t kMainQueue[] = L"Main.ssib";
+inline constexpr wchar_t kMainTaskList[] = L"BIOS_task_list.json";
+
+inline constexpr char kForReading[] = "r";
+inline constexpr char kForWriting[] = "w";
+
+// An open file of a partition; closed with the scope, unless close did it. `line` is the call's line in its source
+// file.
+class PartitionFile {
+ public:
+  PartitionFile(const char *source, const wchar_t *partition, const wchar_t *name, const char *mode,
+                int line = __builtin_LINE());
+  ~PartitionFile();
+  PartitionFile(const PartitionFile &) = delete;
+  PartitionFile &operator=(const PartitionFile &) = delete;
+
+  std::FILE *stream() const { return stream_; }  // null when the file did not open
+  EFI_STATUS status() const { return status_; }  // what the open returned
+
+  void close(const wchar_t *partition, int line = __builtin_LINE());
+
+ private:
+  const char *source_;
+  int line_;
+  const wchar_t *partition_;
+  const char *mode_;
+  std::FILE *stream_ = nullptr;
+  EFI_STATUS status_;
+};
+
+// Whether a queue file opens for reading. Tells its size in bytes, 0 when it does not open, and the open's status.
+bool file_exists(const wchar_t *fileName, std::uint32_t *size, EFI_STATUS *status);
+
+// Deletes a queue file; how that went is not told.
+void deleteFile(const wchar_t *fileName, int line = __builtin_LINE());
+
+}  // namespace ssib

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: MIT
+// Start-up and unload: the exported data, the search for services, and the handle's construction.
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+
+#include "ssib_if2_backend/heap.h"
+#include "ssib_if2_backend/log.h"
+
+using namespace ssib;
+
+namespace {
+
+constexpr char kSignature[] = {'s', 's', 'i', 'b'};
+constexpr std::uint8_t kRevision = 2;
+
+}  // namespace
+
+extern "C" {
+
+SSIB2_PRIVATE_DATA gSSSIB2pvt;
+DEBUG_LOG_PROTOCOL *vyxSsibDebug;
+wchar_t sVarskPartition[] = L"VAR025";
+
+const EFI_GUID gQuorEfiXMLProtocolGuid2 = {
+    0x0ED2B96E, 0x12E5, 0x4DA8, {0xA6, 0x87, 0x89, 0xF0, 0x2B, 0xE9, 0x1C, 0x2C}};
+const EFI_GUID gQuorDebugGUID = {0xF50F3C1A, 0xE995, 0x4D59, {0x86, 0x34, 0xD5, 0x7C, 0x5A, 0xC6, 0xD6, 0xAF}};
+const EFI_GUID gEfiVyxSSIBProtocol2Guid = {
+    0xCBABD3BD, 0xC477, 0x4C90, {0x9C, 0x53, 0x53, 0x1E, 0x2A, 0x1B, 0xDE, 0xA2}};
+
+EFI_STATUS FindAProtocol(const EFI_GUID *guid, void **instance) {
+  if (guid == nullptr || instance == nullptr) return EFI_INVALID_PARAMETER;
+  std::uint32_t count = 0;
+  void **instances = nullptr;
+  if (getProtocolInstanceByGuid(guid, &count, &instances) != EFI_SUCCESS) {
+    std::fputs("Couldn't load Libray for GUID!\n", stderr);
+    return EFI_NOT_FOUND;
+  }
+  if (count == 0) {
+    std::fputs("NO protocol loaded for GUID!\n", stderr);
+    return EFI_NOT_FOUND;
+  }
+  *instance = instances[0];
+  std::free(instances);
+  return EFI_SUCCESS;
+}
+
+EFI_STATUS Protocol2Constructor(SSIB2_PRIVATE_DATA *SSIB2) {
+  if (SSIB2 == nullptr) return EFI_INVALID_PARAMETER;
+  void *xmlService = nullptr;
+  const EFI_STATUS status = FindAProtocol(&gQuorEfiXMLProtocolGuid2, &xmlService);
+  if (EFI_ERROR(status)) return status;
+
+  *SSIB2 = {};
+  SSIB2->XMLProto = static_cast<XML_SERVICE_PROTOCOL *>(xmlService);
+  std::memcpy(SSIB2->signature, kSignature, sizeof(kSignature));
+  SSIB2->revision = kRevision;
+
+  void *debugLog = nullptr;
+  if (EFI_ERROR(FindAProtocol(&gQuorDebugGUID, &debugLog))) debugLog = nullptr;
+  SSIB2->debugProto = static_cast<DEBUG_LOG_PROTOCOL *>(debugLog);
+  vyxSsibDebug = SSIB2->debugProto;
+  return EFI_SUCCESS;
+}
+
+EFI_STATUS Protocol2Destructor(SSIB2_PRIVATE_DATA *SSIB2) {
+  if (SSIB2 == nullptr) return EFI_INVALID_PARAMETER;
+  *SSIB2 = {};
+  return EFI_SUCCESS;
+}
+
+EFI_STATUS vyxSSIB2LinuxInitBackend(void) {
+  const EFI_STATUS status = Protocol2Constructor(&gSSSIB2pvt);
+  log(L"vyxSSIB2LinuxInit- done with status=%d. \n", status);
+  return EFI_ERROR(status) ? EFI_ABORTED : status;
+}
+
+EFI_STATUS vyxSSIB2LinuxUnloadBackend(void) {
+  Protocol2Destructor(&gSSSIB2pvt);
+  return EFI_SUCCESS;
+}
+
+}  // extern "C"

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: MIT
+// From the document tree of an XML queue file to the entry list.
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "ssib_if2_backend/heap.h"
+#include "ssib_if2_backend/xml_form.h"
+#include "ssib_if2_backend/xml_tree.h"
+
+namespace ssib {
+
+namespace {
+
+const char *textOf(const XML_STRING *string) {
+  return string == nullptr ? nullptr : string->text;
+}
+
+bool isNamed(const XML_STRING *name, const char *expected) {
+  const char *text = textOf(name);
+  return text != nullptr && std::strcmp(text, expected) == 0;
+}
+
+// Like strtol, saturating at 32 bits whatever the size of long.
+std::uint32_t parseNumber(const char *text) {
+  if (text == nullptr) return 0;
+  const long number = std::clamp<long>(std::strtol(text, nullptr, 10), INT32_MIN, INT32_MAX);
+  return static_cast<std::uint32_t>(number);
+}
+
+// Puts a copy of `text` where `*place` was; false when it cannot be allocated.
+bool replaceText(SSIB_TEXT *place, const char *text) {
+  std::free(*place);
+  *place = copyText(text);
+  return text == nullptr || *place != nullptr;
+}
+
+bool readAttribute(const XML_ATTRIBUTE &source, SSIB_ENTRY_LIST &element) {
+  for (const XmlAttribute &attribute : kBlockAttributes) {
+    if (!isNamed(source.name, attribute.name)) continue;
+    element.fieldMask |= attribute.maskBit;
+    const char *value = textOf(source.value);
+    if (attribute.text != nullptr) return replaceText(&(element.entry.*attribute.text), value);
+    setNumber(element.entry, attribute.number, parseNumber(value) & attribute.kept);
+    return true;
+  }
+  return true;
+}
+
+bool readCommand(const XML_NODE &child, SSIB_ENTRY &entry) {
+  const char *command = textOf(child.value);
+  return command == nullptr || replaceText(&entry.Cmd_Line, command);
+}
+
+// The children of one block, in order. Node keeps the last one that is no command, with what follows it. The copy of
+// such a child ends with the copies of those that follow: it is cut in front of the next one rather than made anew, so
+// that a block of many children costs one copy of each.
+class ContentReader {
+ public:
+  ContentReader(XML_SERVICE_PROTOCOL *service, SSIB_ENTRY &entry) : service_(service), entry_(entry) {}
+
+  bool read(const XML_NODE &child) {
+    XML_NODE *before = copy_;
+    if (copy_ != nullptr) copy_ = copy_->nextSibling;
+    if (isNamed(child.name, kCommandElement)) return readCommand(child, entry_);
+    if (before == nullptr) {
+      copy_ = copyNode(service_, &child);
+    } else {
+      before->nextSibling = nullptr;
+      const XmlTree earlier(service_, entry_.Node);
+      if (vyxSsibDebug != nullptr) logCopies(copy_);
+    }
+    entry_.Node = copy_;
+    return copy_ != nullptr;
+  }
+
+ private:
+  XML_SERVICE_PROTOCOL *service_;
+  SSIB_ENTRY &entry_;
+  XML_NODE *copy_ = nullptr;  // of the child read last, in the chain at Node
+};
+
+bool readBlock(XML_SERVICE_PROTOCOL *service, const XML_NODE &block, SSIB_ENTRY_LIST &element) {
+  element.priority = kPriorityFromFile;
+  for (const XML_ATTRIBUTE *attribute = block.attributes; attribute != nullptr; attribute = attribute->next) {
+    if (!readAttribute(*attribute, element)) return false;
+  }
+  ContentReader content(service, element.entry);
+  for (const XML_NODE *child = block.firstChild; child != nullptr; child = child->nextSibling) {
+    if (!content.read(*child)) return false;
+  }
+  return true;
+}
+
+const XML_NODE *lastSibling(const XML_NODE *node) {
+  while (node != nullptr && node->nextSibling != nullptr) node = node->nextSibling;
+  return node;
+}
+
+}  // namespace
+
+EFI_STATUS readEntries(XML_SERVICE_PROTOCOL *service, const XML_NODE *root, SSIB_ENTRY_LIST **list) {
+  *list = nullptr;
+  if (root == nullptr) return EFI_SUCCESS;
+  NewList entries(service);
+  for (const XML_NODE *block = lastSibling(root->firstChild); block != nullptr; block = block->prevSibling) {
+    SSIB_ENTRY_LIST *element = entries.prepend();
+    if (element == nullptr || !readBlock(service, *block, *element)) return EFI_OUT_OF_RESOURCES;
+  }
+  *list = entries.release();
+  return EFI_SUCCESS;
+}
+
+}  // namespace ssib

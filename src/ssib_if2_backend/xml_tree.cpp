@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: MIT
+// Building and copying the XML service's tree records, without recursion: a file decides how deep and how wide trees
+// are.
+#include "ssib_if2_backend/xml_tree.h"
+
+#include <cstdlib>
+
+#include "ssib_if2_backend/heap.h"
+#include "ssib_if2_backend/log.h"
+
+namespace ssib {
+
+namespace {
+
+void freeString(XML_STRING *string) {
+  if (string == nullptr) return;
+  std::free(string->text);
+  std::free(string);
+}
+
+struct FreeString {
+  void operator()(XML_STRING *string) const { freeString(string); }
+};
+
+struct FreeAttribute {
+  void operator()(XML_ATTRIBUTE *attribute) const {
+    freeString(attribute->name);
+    freeString(attribute->value);
+    std::free(attribute);
+  }
+};
+
+// Null when there is no memory for the record or its text.
+XML_STRING *newString(std::string_view text) {
+  std::unique_ptr<XML_STRING, FreeString> string(newRecord<XML_STRING>().release());
+  if (string == nullptr) return nullptr;
+  string->flags = kXmlFlag;
+  string->text = copyText(text);
+  return string->text == nullptr ? nullptr : string.release();
+}
+
+// Notes a copy that is missing although there was something to copy.
+void require(const void *source, const void *copy, bool *whole) {
+  if (whole != nullptr && isMissing(copy, source)) *whole = false;
+}
+
+void logCopy() {
+  logTo(vyxSsibDebug, "dupeNode", L"About to dupe the XML Node");
+}
+
+// A copy of one node, without its children and siblings. A copy never uses prevSibling: while the tree is being copied,
+// it remembers the node that the copy was made of.
+XML_NODE *dupeAlone(const XML_NODE *source, XML_NODE *parent, bool *whole) {
+  if (source == nullptr) return nullptr;
+  XML_NODE *copy = newRecord<XML_NODE>().release();
+  require(source, copy, whole);
+  if (copy == nullptr) return nullptr;
+  logCopy();
+  copy->name = dupeString(source->name, whole);
+  copy->value = dupeString(source->value, whole);
+  copy->attributes = dupeAttributes(source->attributes, whole);
+  copy->parent = parent;
+  copy->prevSibling = const_cast<XML_NODE *>(source);
+  return copy;
+}
+
+bool dupeFirstChild(XML_NODE *copy, bool *whole) {
+  copy->firstChild = dupeAlone(copy->prevSibling->firstChild, copy, whole);
+  return copy->firstChild != nullptr;
+}
+
+// Comes after everything below the copy, which is then finished.
+bool dupeNextSibling(XML_NODE *copy, bool *whole) {
+  copy->nextSibling = dupeAlone(copy->prevSibling->nextSibling, copy->parent, whole);
+  copy->prevSibling = nullptr;
+  return copy->nextSibling != nullptr;
+}
+
+}  // namespace
+
+void XmlImage::reset() {
+  freeString(image_);
+  image_ = nullptr;
+}
+
+EFI_STATUS XmlImage::serialize(XML_SERVICE_PROTOCOL *service, const XML_NODE *node) {
+  XML_STRING *image = nullptr;
+  const EFI_STATUS status = service->SerializeTree(service, node, kXmlFlag, &image);
+  if (!EFI_ERROR(status)) image_ = image;
+  return status;
+}
+
+void freeRootOf(SSIB2_PRIVATE_DATA &handle) {
+  const XmlTree tree(handle.XMLProto, handle.xmlRoot);
+  handle.xmlRoot = nullptr;
+}
+
+XML_NODE *newNode(XML_SERVICE_PROTOCOL *service, const char *name) {
+  XmlTree node(service, newRecord<XML_NODE>().release());
+  if (node.get() == nullptr) return nullptr;
+  node.get()->name = newString(name);
+  return node.get()->name == nullptr ? nullptr : node.release();
+}
+
+bool setValue(XML_NODE *node, std::string_view text) {
+  node->value = newString(text);
+  return node->value != nullptr;
+}
+
+EFI_STATUS addAttribute(XML_NODE *node, const char *name, const char *value) {
+  if (node == nullptr) return EFI_INVALID_PARAMETER;
+  std::unique_ptr<XML_ATTRIBUTE, FreeAttribute> attribute(newRecord<XML_ATTRIBUTE>().release());
+  if (attribute == nullptr) return EFI_OUT_OF_RESOURCES;
+  attribute->name = newString(orEmpty(name));
+  attribute->value = newString(orEmpty(value));
+  if (attribute->name == nullptr || attribute->value == nullptr) return EFI_OUT_OF_RESOURCES;
+  attribute->next = node->attributes;
+  if (node->attributes != nullptr) node->attributes->prev = attribute.get();
+  node->attributes = attribute.release();
+  return EFI_SUCCESS;
+}
+
+XML_STRING *dupeString(const XML_STRING *source, bool *whole) {
+  if (source == nullptr) return nullptr;
+  XML_STRING *copy = newRecord<XML_STRING>().release();
+  require(source, copy, whole);
+  if (copy == nullptr) return nullptr;
+  copy->flags = source->flags;
+  copy->text = copyText(source->text);
+  require(source->text, copy->text, whole);
+  return copy;
+}
+
+XML_ATTRIBUTE *dupeAttributes(const XML_ATTRIBUTE *first, bool *whole) {
+  XML_ATTRIBUTE_LINK chain = nullptr;
+  XML_ATTRIBUTE_LINK *end = &chain;
+  for (const XML_ATTRIBUTE *source = first; source != nullptr; source = source->next) {
+    *end = newRecord<XML_ATTRIBUTE>().release();
+    require(source, *end, whole);
+    if (*end == nullptr) break;
+    (*end)->name = dupeString(source->name, whole);
+    (*end)->value = dupeString(source->value, whole);
+    end = &(*end)->next;
+  }
+  return chain;
+}
+
+// Goes down before it goes on; the way back up is the copies' parents.
+XML_NODE *dupeNode(const XML_NODE *node, XML_NODE *parent, bool *whole) {
+  XML_NODE *const top = dupeAlone(node, parent, whole);
+  std::size_t depth = 0;
+  for (XML_NODE *copy = top; copy != nullptr;) {
+    if (dupeFirstChild(copy, whole)) {
+      copy = copy->firstChild;
+      ++depth;
+      continue;
+    }
+    while (!dupeNextSibling(copy, whole) && depth > 0) {
+      copy = copy->parent;
+      --depth;
+    }
+    copy = copy->nextSibling;
+  }
+  return top;
+}
+
+void logCopies(const XML_NODE *chain) {
+  for (const XML_NODE *node = chain; node != nullptr;) {
+    logCopy();
+    if (node->firstChild != nullptr) {
+      node = node->firstChild;
+      continue;
+    }
+    while (node->nextSibling == nullptr && node->parent != nullptr) node = node->parent;
+    node = node->nextSibling;
+  }
+}
+
+XML_NODE *copyNode(XML_SERVICE_PROTOCOL *service, const XML_NODE *node) {
+  bool whole = true;
+  XmlTree copy(service, dupeNode(node, nullptr, &whole));
+  return whole ? copy.release() : nullptr;
+}
+
+}  // namespace ssib

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+// From the entry list to the document tree of an XML queue file.
+#include <algorithm>
+#include <cstdio>
+#include <string_view>
+
+#include "ssib_if2_backend/xml_form.h"
+#include "ssib_if2_backend/xml_tree.h"
+
+namespace ssib {
+
+namespace {
+
+// The command line as it is stored: one that begins with a double quote loses its first and its last character.
+std::string_view storedCommand(std::string_view command) {
+  if (!command.starts_with('"')) return command;
+  command.remove_prefix(1);
+  return command.substr(0, std::max<std::size_t>(command.size(), 1) - 1);
+}
+
+EFI_STATUS addCommand(XML_SERVICE_PROTOCOL *service, XML_NODE *block, const char *command) {
+  block->firstChild = newNode(service, kCommandElement);
+  if (block->firstChild == nullptr) return EFI_OUT_OF_RESOURCES;
+  block->firstChild->parent = block;
+  return setValue(block->firstChild, storedCommand(command)) ? EFI_SUCCESS : EFI_OUT_OF_RESOURCES;
+}
+
+EFI_STATUS addExtraContent(XML_SERVICE_PROTOCOL *service, XML_NODE *block, const XML_NODE *content) {
+  block->firstChild = copyNode(service, content);
+  return isMissing(block->firstChild, content) ? EFI_OUT_OF_RESOURCES : EFI_SUCCESS;
+}
+
+EFI_STATUS addContent(XML_SERVICE_PROTOCOL *service, XML_NODE *block, const SSIB_ENTRY &entry) {
+  return entry.Cmd_Line != nullptr ? addCommand(service, block, entry.Cmd_Line)
+                                   : addExtraContent(service, block, entry.Node);
+}
+
+EFI_STATUS addBlockAttribute(XML_NODE *block, const XmlAttribute &attribute, const SSIB_ENTRY &entry) {
+  if (attribute.text != nullptr) return addAttribute(block, attribute.name, entry.*attribute.text);
+  char digits[255];
+  std::snprintf(digits, sizeof(digits), "%d", static_cast<std::int32_t>(numberOf(entry, attribute.number)));
+  return addAttribute(block, attribute.name, digits);
+}
+
+EFI_STATUS addAttributes(XML_NODE *block, const SSIB_ENTRY_LIST &element) {
+  for (const XmlAttribute &attribute : kBlockAttributes) {
+    if (!isValid(attribute.maskBit, element.fieldMask)) continue;
+    const EFI_STATUS status = addBlockAttribute(block, attribute, element.entry);
+    if (EFI_ERROR(status)) return status;
+  }
+  return EFI_SUCCESS;
+}
+
+}  // namespace
+
+EFI_STATUS createRoot(XML_SERVICE_PROTOCOL *service, XML_NODE **root) {
+  const XML_STRING name = {kXmlFlag, const_cast<char *>(kRootElement)};
+  return service->CreateNode(service, &name, root);
+}
+
+EFI_STATUS create_xml_tree(XML_SERVICE_PROTOCOL *service, XML_NODE *root, XML_NODE **last,
+                           const SSIB_ENTRY_LIST &element) {
+  if (root == nullptr) return EFI_INVALID_PARAMETER;
+  XmlTree block(service, newNode(service, kBlockElement));
+  if (block.get() == nullptr) return EFI_OUT_OF_RESOURCES;
+  EFI_STATUS status = addContent(service, block.get(), element.entry);
+  if (EFI_ERROR(status)) return status;
+  status = addAttributes(block.get(), element);
+  if (EFI_ERROR(status)) return status;
+
+  block.get()->prevSibling = *last;
+  (*last == nullptr ? root->firstChild : (*last)->nextSibling) = block.get();
+  *last = block.release();
+  return EFI_SUCCESS;
+}
+
+}  // namespace ssib
