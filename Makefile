@@ -4,7 +4,12 @@
 PRESET ?= i686
 BUILD := build/$(PRESET)
 
-.PHONY: build setup install clean
+.PHONY: test build setup install clean
+
+test:
+	@scripts/setup $(PRESET) test
+	@$(MAKE) --no-print-directory build
+	ctest --preset $(PRESET)
 
 build: setup
 	@[ -e $(BUILD)/build.ninja ] || cmake --preset $(PRESET)

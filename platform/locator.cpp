@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+// The UEFI-emulation service: which protocols there are, and who provides them.
+#include <cstdlib>
+#include <cstring>
+
+#include "debug_log.h"
+#include "exports.h"
+#include "xml_service.h"
+
+namespace vyx::platform {
+namespace {
+
+EFI_STATUS findXmlService(void **instance) {
+  *instance = xmlService();
+  return EFI_SUCCESS;
+}
+
+// A provider gives its one instance, or null when it has none at the moment.
+struct Provider {
+  EFI_GUID guid;
+  EFI_STATUS (*find)(void **instance);
+};
+constexpr Provider kProviders[] = {
+    {{0x0ED2B96E, 0x12E5, 0x4DA8, {0xA6, 0x87, 0x89, 0xF0, 0x2B, 0xE9, 0x1C, 0x2C}}, findXmlService},
+    {{0xF50F3C1A, 0xE995, 0x4D59, {0x86, 0x34, 0xD5, 0x7C, 0x5A, 0xC6, 0xD6, 0xAF}}, findDebugLog},
+};
+
+EFI_STATUS findInstance(const EFI_GUID &guid, void **instance) {
+  for (const auto &provider : kProviders)
+    if (std::memcmp(&provider.guid, &guid, sizeof(guid)) == 0) return provider.find(instance);
+  *instance = nullptr;
+  return EFI_SUCCESS;
+}
+
+}  // namespace
+
+// EFI_INVALID_PARAMETER for a null argument, EFI_OUT_OF_RESOURCES without memory. There is at most one instance.
+VYX_PLATFORM_EXPORT EFI_STATUS getProtocolInstanceByGuid(const EFI_GUID *guid, uint32_t *count, void ***instances) {
+  if (guid == nullptr || count == nullptr || instances == nullptr) return EFI_INVALID_PARAMETER;
+  *count = 0;
+  *instances = nullptr;
+  void *instance = nullptr;
+  if (const EFI_STATUS status = findInstance(*guid, &instance); status != EFI_SUCCESS) return status;
+  if (instance == nullptr) return EFI_SUCCESS;
+  auto **array = static_cast<void **>(std::malloc(sizeof(void *)));
+  if (array == nullptr) return EFI_OUT_OF_RESOURCES;
+  array[0] = instance;
+  *instances = array;
+  *count = 1;
+  return EFI_SUCCESS;
+}
+
+}  // namespace vyx::platform

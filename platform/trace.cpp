@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+// The log service: what is at or below the level in QUOR_TRACE goes to standard error, anything else nowhere.
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+
+#include "exports.h"
+#include "format.h"
+
+namespace vyx::platform {
+namespace {
+
+bool isWanted(int level) {
+  const char *setting = std::getenv("QUOR_TRACE");
+  if (setting == nullptr) return false;
+  char *end = nullptr;
+  const long highest = std::strtol(setting, &end, 10);
+  return end != setting && *end == '\0' && level <= highest;
+}
+
+}  // namespace
+
+// Returns the number of bytes written: 0 for what is not wanted. Understands what appendFormat does; ignores the
+// verbosity.
+VYX_PLATFORM_EXPORT int quorprintf(int level, int, const char *format, ...) {
+  if (format == nullptr || !isWanted(level)) return 0;
+  GrowingArray<char> line;
+  va_list values;
+  va_start(values, format);
+  const bool done = appendFormat(line, format, values);
+  va_end(values);
+  return done ? static_cast<int>(std::fwrite(line.data(), 1, line.size(), stderr)) : 0;
+}
+
+}  // namespace vyx::platform
