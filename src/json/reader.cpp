@@ -24,7 +24,8 @@ const char *findIn(std::string_view text, char wanted) {
 
 // The text from `from` on.
 std::string_view rest(std::string_view text, const char *from) {
-  return text.substr(static_cast<std::size_t>(from - text.data()));
+  text.remove_prefix(static_cast<std::size_t>(from - text.data()));
+  return text;
 }
 
 // The character that balances the opening one with which the text begins; null when there is none. Brackets inside
@@ -32,7 +33,7 @@ std::string_view rest(std::string_view text, const char *from) {
 const char *findBalance(std::string_view text, char opening, char closing) {
   std::size_t depth = 0;
   while (const char *end = findIn(text, closing)) {
-    std::string_view before = text.substr(0, static_cast<std::size_t>(end - text.data()));
+    std::string_view before(text.data(), end);
     for (; const char *open = findIn(before, opening); before = rest(before, open + 1)) ++depth;
     if (--depth == 0) return end;
     text = rest(text, end + 1);
@@ -75,8 +76,9 @@ KeyEnds findKeys(std::string_view object) {
 // A copy of the text between the next two double quotes behind a key and the one character after it; they may lie beyond the
 // object. Null when there are none, when nothing is between them, and when there is no memory.
 char *copyValue(const char *keyEnd) {
-  const char *opening = std::strchr(keyEnd + 1, '"');
-  if (opening == nullptr || opening[1] == '"') return nullptr;
+  const char *opening = keyEnd + 1;  // the quote is a few characters on: a loop finds it before a call would
+  while (*opening != '"' && *opening != '\0') ++opening;
+  if (*opening == '\0' || opening[1] == '"') return nullptr;
   const char *closing = std::strchr(opening + 1, '"');
   return closing == nullptr ? nullptr : copyText(std::string_view(opening + 1, closing));
 }

@@ -2,6 +2,8 @@
 // Writing the list as a JSON task list. Values go out as they stand: the format has no escapes.
 #include "json/writer.h"
 
+#include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <string_view>
 
@@ -28,7 +30,9 @@ class OutputBuffer {
 
   void append(std::FILE *stream, std::string_view piece) {
     if (length_ + piece.size() >= sizeof(text_)) write(stream);
-    length_ += piece.copy(text_ + length_, sizeof(text_) - 1 - length_);
+    const std::size_t kept = std::min(piece.size(), sizeof(text_) - 1 - length_);
+    std::memcpy(text_ + length_, piece.data(), kept);
+    length_ += kept;
   }
 
   // Empties the buffer; whether the stream took the text is not looked at.

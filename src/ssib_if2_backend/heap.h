@@ -30,7 +30,8 @@ inline char *copyText(const char *text) {
 inline char *copyText(std::string_view text) {
   auto *copy = static_cast<char *>(std::malloc(text.size() + 1));
   if (copy == nullptr) return nullptr;
-  copy[text.copy(copy, text.size())] = '\0';
+  std::memcpy(copy, text.data(), text.size());
+  copy[text.size()] = '\0';
   return copy;
 }
 

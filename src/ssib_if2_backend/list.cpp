@@ -41,11 +41,11 @@ void freeListOf(SSIB2_PRIVATE_DATA &handle) {
   handle.ssibEntryListPtr = nullptr;
 }
 
-SSIB_ENTRY_LIST *NewList::prepend() {
+SSIB_ENTRY_LIST *NewList::append() {
   SSIB_ENTRY_LIST *element = le_new();
   if (element == nullptr) return nullptr;
-  element->next = head_;
-  head_ = element;
+  *end_ = element;
+  end_ = &element->next;
   return element;
 }
 

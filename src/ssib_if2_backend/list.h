@@ -25,13 +25,14 @@ class NewList {
   NewList(const NewList &) = delete;
   NewList &operator=(const NewList &) = delete;
 
-  // Puts a new zero-filled element in front; null when there is no memory.
-  SSIB_ENTRY_LIST *prepend();
+  // Puts a new zero-filled element at the end; null when there is no memory.
+  SSIB_ENTRY_LIST *append();
   SSIB_ENTRY_LIST *release();
 
  private:
   XML_SERVICE_PROTOCOL *service_;
-  SSIB_ENTRY_LIST *head_ = nullptr;
+  SSIB_LINK head_ = nullptr;
+  SSIB_LINK *end_ = &head_;
 };
 
 }  // namespace ssib

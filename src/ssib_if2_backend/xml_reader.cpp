@@ -92,19 +92,14 @@ bool readBlock(XML_SERVICE_PROTOCOL *service, const XML_NODE &block, SSIB_ENTRY_
   return true;
 }
 
-const XML_NODE *lastSibling(const XML_NODE *node) {
-  while (node != nullptr && node->nextSibling != nullptr) node = node->nextSibling;
-  return node;
-}
-
 }  // namespace
 
 EFI_STATUS readEntries(XML_SERVICE_PROTOCOL *service, const XML_NODE *root, SSIB_ENTRY_LIST **list) {
   *list = nullptr;
   if (root == nullptr) return EFI_SUCCESS;
   NewList entries(service);
-  for (const XML_NODE *block = lastSibling(root->firstChild); block != nullptr; block = block->prevSibling) {
-    SSIB_ENTRY_LIST *element = entries.prepend();
+  for (const XML_NODE *block = root->firstChild; block != nullptr; block = block->nextSibling) {
+    SSIB_ENTRY_LIST *element = entries.append();
     if (element == nullptr || !readBlock(service, *block, *element)) return EFI_OUT_OF_RESOURCES;
   }
   *list = entries.release();

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // From the entry list to the document tree of an XML queue file.
-#include <algorithm>
 #include <cstdio>
 #include <string_view>
 
@@ -15,7 +14,8 @@ namespace {
 std::string_view storedCommand(std::string_view command) {
   if (!command.starts_with('"')) return command;
   command.remove_prefix(1);
-  return command.substr(0, std::max<std::size_t>(command.size(), 1) - 1);
+  if (!command.empty()) command.remove_suffix(1);
+  return command;
 }
 
 EFI_STATUS addCommand(XML_SERVICE_PROTOCOL *service, XML_NODE *block, const char *command) {
