@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: MIT
+// ssib, the tool for the person who looks after a device's queues: command line, help and exit status.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <map>
+#include <span>
+
+#include "commands.h"
+#include "stop.h"
+#include "text.h"
+
+namespace ssib {
+namespace {
+
+enum Takes : unsigned { kNumber = 1, kFields = 2, kJson = 4, kLocation = 8, kDelete = 16 };
+
+struct Command {
+  const char *name;
+  unsigned takes;
+  void (*run)(const Request &);
+  const char *summary;
+  const char *details;
+};
+
+constexpr Command kCommands[] = {
+    {"add", kFields | kLocation, addEntry, "Add one entry",
+     "An option that is not given leaves its field out; a command line that is not given is stored empty.\n"
+     "Priorities (--at) decide the place in the queue once: they are not stored, and what is in the file already\n"
+     "stands between hi and lo.\n"
+     "An entry of a task list is found again, to be taken or removed, only when it has all of --display-name,\n"
+     "--job-type, --fqdd, --resource-uri, --resource-type and --resource-namespace.\n"
+     "Refused are: a number out of range, a field that the queue's form does not store, and a value that the file\n"
+     "would not give back: in an XML queue control characters other than tab, line feed and carriage return; in a\n"
+     "task list control characters, any of \" \\ { } [ ], an empty value, more than 4095 bytes, the name of a key."},
+    {"list", kJson, listEntries, "Show the entries in order",
+     "Changes nothing. An empty or missing queue is exit status 0."},
+    {"show", kNumber | kJson, showEntry, "Show one entry with all its fields", "Changes nothing."},
+    {"peek", kJson, showEntry, "Show the first entry", "Changes nothing."},
+    {"take", kJson, takeEntry, "Show the first entry and remove it from the queue",
+     "The entry is removed only after all of it has been printed. When the removal fails, standard error says so.\n"
+     "The last entry of a task list is shown but not removed: 'ssib delete' deletes the file."},
+    {"remove", kNumber, removeEntry, "Remove one entry",
+     "Refused when the library could not tell the entry from another one: it compares the fields that identify a job,\n"
+     "not the place. 'ssib take' serves for the first entry.\n"
+     "The last entry of a task list cannot be removed: 'ssib delete' deletes the file."},
+    {"replace", kNumber | kFields, replaceEntry, "Give one entry new values for the fields named",
+     "Fields that are not named keep their values, and the entry keeps its place. Refused when the library could not\n"
+     "tell the entry from another one. An entry that is given a command line loses its extra content (Node)."},
+    {"merge", kDelete, mergeQueue, "Move the entries of a queue to the end of its main queue",
+     "--queue names the queue to fold into Main.ssib or, when its name contains \"json\", into BIOS_task_list.json.\n"
+     "The queue's file stays, empty; a task list's keeps its entries unless --delete is given."},
+    {"delete", 0, deleteQueue, "Delete the queue's file", ""},
+};
+
+constexpr const char *kFooter =
+    "Queues: a name that contains \"json\" is a JSON task list, any other an XML queue file. Entries count from 1.\n"
+    "Commands that change a queue wait for each other.\n\n"
+    "Exit status:\n"
+    "  0  done\n"
+    "  1  there was nothing to do it to: the queue is empty, or there is no such entry or file\n"
+    "  2  wrong usage; nothing was looked at\n"
+    "  3  the library or the platform refused: standard error names the operation, the file and the status\n\n"
+    "Environment:\n"
+    "  VARSK_ROOT  directory that stands for the flash: queues are the files in $VARSK_ROOT/VAR025.\n"
+    "              Default: $XDG_STATE_HOME/varsk, else ~/.local/state/varsk\n"
+    "  VARSK_SYNC  0: do not wait until what is written has reached the disk\n"
+    "  QUOR_DEBUG  where the library's debug log goes: 'stderr' or a file; default: nowhere\n"
+    "  QUOR_TRACE  level up to which accesses to the partition are traced on standard error (they have level 5)";
+
+const std::map<std::string, std::uint32_t> kLocations = {{"prepend-hi", SSIB_ADD_PREPEND_HI},
+                                                         {"append-hi", SSIB_ADD_APPEND_HI},
+                                                         {"prepend-lo", SSIB_ADD_PREPEND_LO},
+                                                         {"append-lo", SSIB_ADD_APPEND_LO}};
+
+// What the command line says, as it stands there.
+struct Arguments {
+  std::string queue = "Main.ssib";
+  std::string number = "1";
+  std::string location = "append-lo";
+  GivenFields fields;
+  bool json = false;
+  bool deleteFile = false;
+};
+
+std::size_t parseEntryNumber(const std::string &text) {
+  const bool isDigits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+  if (!isDigits || text.find_first_not_of('0') == std::string::npos) {
+    throw Stop(Exit::Usage, escaped(text) + " is no number of an entry; the first is 1");
+  }
+  std::uint32_t number = 0;
+  return parseNumber(text, UINT32_MAX, number) ? number : UINT32_MAX;
+}
+
+Request requestOf(const Arguments &arguments) {
+  return {.queue = QueueName(arguments.queue),
+          .fields = arguments.fields,
+          .number = parseEntryNumber(arguments.number),
+          .addLocation = kLocations.at(arguments.location),
+          .json = arguments.json,
+          .deleteFile = arguments.deleteFile};
+}
+
+const char *groupOf(const Field &field) {
+  if (field.storedIn(Form::Xml) && field.storedIn(Form::TaskList)) return "Fields of both forms";
+  return field.storedIn(Form::Xml) ? "Fields of an XML queue" : "Fields of a task list";
+}
+
+void declareField(CLI::App &command, const Field &field, Arguments &arguments) {
+  std::string help = field.help;
+  if (field.kind == Field::Kind::Number) help = "0.." + std::to_string(field.largest) + "; " + help;
+  command
+      .add_option_function<std::string>(
+          std::string("--") + field.option,
+          [&](const std::string &value) {
+            arguments.fields.push_back({&field, value});
+          },
+          help)
+      ->type_name(field.kind == Field::Kind::Number ? "NUMBER" : "TEXT")
+      ->group(groupOf(field));
+}
+
+void declareFields(CLI::App &command, Arguments &arguments) {
+  for (const Field &field : fields()) {
+    if (field.option != nullptr) declareField(command, field, arguments);
+  }
+}
+
+CLI::App *declareCommand(CLI::App &app, const Command &command, Arguments &arguments) {
+  CLI::App *declared = app.add_subcommand(command.name, command.summary);
+  declared->fallthrough()->footer(std::string(command.details) +
+                                  "\n\nSee 'ssib --help' for --queue and exit statuses.");
+  if (command.takes & kNumber) {
+    declared->add_option("N", arguments.number, "number of the entry, the first being 1")->required()->type_name("");
+  }
+  if (command.takes & kFields) declareFields(*declared, arguments);
+  if (command.takes & kJson)
+    declared->add_flag("--json", arguments.json, "print JSON, with the record's field names as keys");
+  if (command.takes & kLocation) {
+    declared->add_option("--at", arguments.location, "priority of the entry, which decides its place")
+        ->check(CLI::IsMember(kLocations))
+        ->type_name("PLACE")
+        ->capture_default_str();
+  }
+  if (command.takes & kDelete) declared->add_flag("--delete", arguments.deleteFile, "then delete the queue's file");
+  return declared;
+}
+
+std::map<const CLI::App *, const Command *> declareAll(CLI::App &app, Arguments &arguments) {
+  app.set_version_flag("--version", "ssib " SSIB_VERSION);
+  app.add_option("-q,--queue", arguments.queue, "name of the queue's file; works behind the command, too")
+      ->type_name("NAME")
+      ->capture_default_str();
+  app.footer(kFooter);
+  app.require_subcommand(1);
+  app.failure_message([](const CLI::App *, const CLI::Error &error) {
+    return "ssib: " + escaped(error.what()) + "\nRun 'ssib --help' for help.\n";
+  });
+  std::map<const CLI::App *, const Command *> commands;
+  for (const Command &command : kCommands) commands.emplace(declareCommand(app, command, arguments), &command);
+  return commands;
+}
+
+// A descriptor that is closed at start would be given to the next file opened, and the output with it: to a queue. What
+// takes its place fails when it is used.
+void occupyStandardDescriptors() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    const int mode = descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+    if (fcntl(descriptor, F_GETFD) == -1) static_cast<void>(open("/dev/null", mode));
+  }
+}
+
+Exit fail(Exit exit, const std::string &message) {
+  std::fprintf(stderr, "ssib: %s\n", message.c_str());
+  return exit;
+}
+
+Exit run(int argc, char **argv) {
+  CLI::App app("Looks after the queues of jobs in a device's flash partition.", "ssib");
+  Arguments arguments;
+  const auto commands = declareAll(app, arguments);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError &error) {
+    return app.exit(error) == 0 ? Exit::Done : Exit::Usage;
+  }
+  const Request request = requestOf(arguments);
+  startLibrary();
+  commands.at(app.get_subcommands().front())->run(request);
+  return Exit::Done;
+}
+
+}  // namespace
+}  // namespace ssib
+
+int main(int argc, char **argv) {
+  using ssib::Exit;
+  ssib::occupyStandardDescriptors();
+  Exit exit = Exit::Done;
+  try {
+    exit = ssib::run(argc, argv);
+  } catch (const ssib::Stop &stop) {
+    exit = ssib::fail(stop.exit(), stop.what());
+  } catch (const std::bad_alloc &) {
+    exit = ssib::fail(Exit::Refused, "out of memory");
+  } catch (const std::exception &error) {
+    exit = ssib::fail(Exit::Refused, ssib::escaped(error.what()));
+  }
+  return static_cast<int>(exit);
+}

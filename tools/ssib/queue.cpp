@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: MIT
+#include "queue.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "environment.h"
+#include "stop.h"
+#include "text.h"
+
+namespace ssib {
+namespace {
+
+void openWith(SSIB2_PRIVATE_DATA &handle, const QueueName &name) {
+  require(iOpenSSIB(&handle, name.wide()), "open " + name.shown());
+}
+
+void setUp(SSIB2_PRIVATE_DATA &handle, const QueueName &name) {
+  const QuietSetUp quiet;
+  require(Protocol2Constructor(&handle), "set up a handle for " + name.shown());
+}
+
+// A new handle that lasts until the process ends.
+SSIB2_PRIVATE_DATA &keptHandle() {
+  static auto &handles = *new std::vector<SSIB2_PRIVATE_DATA *>;
+  handles.reserve(handles.size() + 1);
+  handles.push_back(new SSIB2_PRIVATE_DATA{});
+  return *handles.back();
+}
+
+}  // namespace
+
+QueueName::QueueName(const std::string &given) : shown_(escaped(given)) {
+  const auto wide = toWide(given);
+  if (!wide) throw Stop(Exit::Usage, "--queue: " + shown_ + " is not UTF-8");
+  wide_ = *wide;
+}
+
+Form QueueName::form() const {
+  return wide_.find(L"json") != std::wstring::npos ? Form::TaskList : Form::Xml;
+}
+
+QueueName QueueName::mainQueue() const {
+  return QueueName(form() == Form::TaskList ? "BIOS_task_list.json" : "Main.ssib");
+}
+
+QuietSetUp::QuietSetUp() {
+  if (setting("QUOR_DEBUG") != nullptr || setting("QUOR_TRACE") != nullptr) return;
+  const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+  if (nowhere < 0) return;
+  standardError_ = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  if (standardError_ >= 0) dup2(nowhere, STDERR_FILENO);
+  close(nowhere);
+}
+
+QuietSetUp::~QuietSetUp() {
+  if (standardError_ < 0) return;
+  dup2(standardError_, STDERR_FILENO);
+  close(standardError_);
+}
+
+void startLibrary() {
+  const QuietSetUp quiet;
+  require(vyxSSIB2LinuxInitBackend(), "start the library");
+}
+
+void openQueue(const QueueName &name) {
+  openWith(gSSSIB2pvt, name);
+}
+
+void openQueueUnlocked(const QueueName &name) {
+  if (iOpenSSIB(&gSSSIB2pvt, name.wide()) == EFI_SUCCESS) return;
+  // A task list that is refused counts as open. Its list is empty, so that the close writes nothing.
+  iCloseSSIB(&gSSSIB2pvt);
+  openQueue(name);
+}
+
+SSIB2_PRIVATE_DATA &openAside(const QueueName &name) {
+  SSIB2_PRIVATE_DATA &handle = keptHandle();
+  setUp(handle, name);
+  openWith(handle, name);
+  return handle;
+}
+
+Elements elementsOf(const SSIB2_PRIVATE_DATA &handle) {
+  Elements elements;
+  for (SSIB_ENTRY_LIST *element = handle.ssibEntryListHead; element != nullptr; element = element->next) {
+    elements.push_back(element);
+  }
+  return elements;
+}
+
+Elements storedElements(const QueueName &name) {
+  return elementsOf(openAside(name));
+}
+
+Elements elementsWith(const QueueName &name, std::size_t number) {
+  Elements elements = elementsOf(gSSSIB2pvt);
+  if (elements.empty()) throw Stop(Exit::NothingThere, name.shown() + " is empty");
+  if (elements.size() < number) {
+    throw Stop(Exit::NothingThere, name.shown() + " has no entry " + std::to_string(number));
+  }
+  return elements;
+}
+
+void ReleaseEntry::operator()(SSIB_ENTRY *entry) const {
+  for (const Field &field : fields()) {
+    if (field.kind == Field::Kind::Text) std::free(entry->*field.text);
+  }
+  XML_SERVICE_PROTOCOL *xml = gSSSIB2pvt.XMLProto;
+  if (entry->Node != nullptr) xml->DeleteTree(xml, entry->Node);
+  delete entry;
+}
+
+OwnedEntry newEntry() {
+  return OwnedEntry(new SSIB_ENTRY{});
+}
+
+void moveCursorTo(const QueueName &name, std::size_t number) {
+  for (std::size_t passed = 1; passed < number; ++passed) {
+    const OwnedEntry entry = newEntry();
+    require(iGetSSIBNextEntry(&gSSSIB2pvt, entry.get()), "read " + name.shown());
+  }
+}
+
+OwnedEntry copyOfEntry(const QueueName &name) {
+  OwnedEntry entry = newEntry();
+  require(iPeekSSIBNextEntry(&gSSSIB2pvt, entry.get()), "read " + name.shown());
+  return entry;
+}
+
+}  // namespace ssib

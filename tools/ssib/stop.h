@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+// How a command ends when it cannot do what it was asked to: an exit status and one line for standard error.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+#include "VyxSSIBBackend.h"
+
+namespace ssib {
+
+enum class Exit { Done = 0, NothingThere = 1, Usage = 2, Refused = 3 };
+
+/** Ends the command. The message goes to a terminal as it is, so what comes from outside is in it escaped. */
+class Stop : public std::runtime_error {
+ public:
+  Stop(Exit exit, const std::string &message) : std::runtime_error(message), exit_(exit) {}
+  Exit exit() const { return exit_; }
+
+ private:
+  Exit exit_;
+};
+
+/** A status by the name that the headers give it, or as a number. */
+std::string statusName(EFI_STATUS status);
+
+/** Ends the command with "cannot ACTION: STATUS". */
+[[noreturn]] void refuse(const std::string &action, EFI_STATUS status);
+
+/** Ends the command unless `status` is EFI_SUCCESS; the library's own statuses of unwritten files count as failures. */
+void require(EFI_STATUS status, const std::string &action);
+
+}  // namespace ssib
