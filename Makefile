@@ -2,9 +2,13 @@
 #   make COMMAND [PRESET=i686|i686-asan|armhf|host]
 
 PRESET ?= i686
+FUZZ_SECONDS ?= 60
 BUILD := build/$(PRESET)
 
-.PHONY: test build setup install clean
+.PHONY: demo test build setup bench fuzz coverage format lint install clean
+
+demo: build
+	@scripts/demo $(BUILD)
 
 test:
 	@scripts/setup $(PRESET) test
@@ -17,6 +21,28 @@ build: setup
 
 setup:
 	@scripts/setup $(PRESET)
+
+bench:
+	@scripts/setup $(PRESET) bench
+	@$(MAKE) --no-print-directory build
+	@cmake --build --preset $(PRESET) --target bench
+	@scripts/bench $(BUILD)
+
+fuzz:
+	@scripts/setup i686 fuzz
+	@scripts/fuzz $(FUZZ_SECONDS)
+
+coverage:
+	@scripts/setup host coverage
+	@scripts/coverage
+
+format:
+	@scripts/setup host lint
+	@git ls-files '*.c' '*.cpp' '*.h' | xargs clang-format -i
+
+lint:
+	@scripts/setup host lint
+	@scripts/lint
 
 install: build
 	cmake --install $(BUILD)
