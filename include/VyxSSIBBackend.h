@@ -236,8 +236,9 @@ EFI_STATUS iOpenSSIB(SSIB2_PRIVATE_DATA *SSIB2, const wchar_t *fileName);
  * begins with a double quote loses its first and its last character. Node is stored only when Cmd_Line is null. What
  * belongs to task lists is not stored.
  *
- * Writes flash: the document is built in memory first, so whatever fails before the file is opened leaves the file as
- * it was. Costs one walk of the list.
+ * Writes flash: the document is built in memory first, so whatever fails before the file is opened leaves the file as it
+ * was. How the partition's close went is not looked at: a platform that replaces the file only then can still keep the old
+ * one. Costs one walk of the list.
  *
  * @param SSIB2  a handle with an open queue
  * @return EFI_SUCCESS

@@ -7,10 +7,10 @@
 
 namespace vyx::platform {
 
-// Gives the service, null when QUOR_DEBUG is empty or not set. "stderr" sends its lines there; any other value is the
-// path of a file that they are appended to, and EFI_DEVICE_ERROR says that it cannot be opened. The last look-up
-// decides for all who hold the service. Each message is one line, "TAG: text"; level and reserved slots have no
-// meaning.
+// Gives the service, null when QUOR_DEBUG is empty or not set. "stderr" sends its lines there; any other
+// value is the path of a file that they are appended to, and EFI_DEVICE_ERROR says that it cannot be opened.
+// The last look-up decides for all who hold the service. Each message is one line, "TAG: text"; level and
+// reserved slots have no meaning.
 EFI_STATUS findDebugLog(void **log);
 
 }  // namespace vyx::platform

@@ -24,8 +24,8 @@ class GrowingArray {
   GrowingArray &operator=(const GrowingArray &) = delete;
   ~GrowingArray() { std::free(data_); }
 
-  // False without memory; the array is then as it was. Room grows geometrically, so appending costs time linear in the
-  // whole.
+  // False without memory; the array is then as it was. Room grows geometrically, so appending costs
+  // time linear in the whole.
   bool reserve(std::size_t extra) { return extra <= capacity_ - size_ || grow(extra); }
 
   bool append(const T *values, std::size_t count) {

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: MIT */
-// Replaces a file in one step: the new contents are written beside the old file and take its place when they are
-// complete.
+// Replaces a file in one step: the new contents are written beside the old file and take its
+// place when they are complete.
 #ifndef VYX_PLATFORM_REPLACEMENT_H
 #define VYX_PLATFORM_REPLACEMENT_H
 
@@ -8,9 +8,9 @@
 
 namespace vyx::platform {
 
-// Until commit() succeeds the target is untouched; the destructor removes what was written beside it. When a process
-// dies in between, the next writer in that directory removes it, and knows it from the file of a living writer by its
-// lock.
+// Until commit() succeeds the target is untouched; the destructor removes what was written beside it. When a
+// process dies in between, the next writer in that directory removes it, and knows it from the file of a
+// living writer by its lock.
 class FileReplacement {
  public:
   FileReplacement() = default;

@@ -80,8 +80,8 @@ EFI_STATUS openToWrite(const Path &directory, const Path &path, std::FILE **stre
   FileReplacement &replacement = opened->replacement;
   if (const EFI_STATUS status = replacement.begin(directory, path); status != EFI_SUCCESS)
     return status == EFI_NOT_FOUND ? EFI_DEVICE_ERROR : status;
-  // A descriptor of its own: closing the stream must not give the replacement's lock up before the file is in its
-  // place.
+  // A descriptor of its own: closing the stream must not give the replacement's lock up before
+  // the file is in its place.
   const int descriptor = fcntl(replacement.descriptor(), F_DUPFD_CLOEXEC, 0);
   if (const EFI_STATUS status = streamOf(descriptor, "w", stream); status != EFI_SUCCESS) return status;
   opened->stream = *stream;
@@ -104,9 +104,9 @@ VYX_PLATFORM_EXPORT EFI_STATUS varsk_fopen_1(const wchar_t *partition, const wch
   return isReading(mode) ? openToRead(path, stream) : openToWrite(directory, path, stream);
 }
 
-// The stream is closed whatever is returned. What was written counts only when nothing failed, on the stream neither,
-// and the mode is that of the open; otherwise the old file stays. The partition is not looked at: the stream knows its
-// own.
+// The stream is closed whatever is returned. What was written counts only when nothing failed, on the stream
+// neither, and the mode is that of the open; otherwise the old file stays. The partition is not looked at:
+// the stream knows its own.
 VYX_PLATFORM_EXPORT EFI_STATUS varsk_fclose_1(const wchar_t *, FILE *stream, const char *mode) {
   if (stream == nullptr) return EFI_INVALID_PARAMETER;
   const auto written = takeWriteStream(stream);

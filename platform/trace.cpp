@@ -20,8 +20,8 @@ bool isWanted(int level) {
 
 }  // namespace
 
-// Returns the number of bytes written: 0 for what is not wanted. Understands what appendFormat does; ignores the
-// verbosity.
+// Returns the number of bytes written: 0 for what is not wanted. Understands what appendFormat
+// does; ignores the verbosity.
 VYX_PLATFORM_EXPORT int quorprintf(int level, int, const char *format, ...) {
   if (format == nullptr || !isWanted(level)) return 0;
   GrowingArray<char> line;

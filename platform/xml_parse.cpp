@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Reads a document: expat's handlers build the tree's records directly, each in the order in which the tree is walked
-// later.
+// Reads a document: expat's handlers build the tree's records directly, each in the order in which
+// the tree is walked later.
 #include <expat.h>
 #include <strings.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The records' byte offsets are the library's interface on 32-bit machines: what follows fails to compile when one
-// moves.
+// The records' byte offsets are the library's interface on 32-bit machines: what follows fails
+// to compile when one moves.
 #include <cstddef>
 #include <cstdint>
 

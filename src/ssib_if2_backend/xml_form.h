@@ -28,8 +28,8 @@ constexpr XmlAttribute numberAttribute(const char *name, const NumberField &numb
   return {name, number.maskBit, nullptr, number, kept};
 }
 
-// In the order in which they are added to a block. Each goes in front, so the document shows them from the last to the
-// first.
+// In the order in which they are added to a block. Each goes in front, so the document shows them
+// from the last to the first.
 inline constexpr XmlAttribute kBlockAttributes[] = {
     textAttribute("JOB_ID", &SSIB_ENTRY::Job_ID, SSIB_FIELD_JOB_ID),
     textAttribute("TASK_NAME", &SSIB_ENTRY::Task_Name),

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Building and copying the XML service's tree records, without recursion: a file decides how deep and how wide trees
-// are.
+// Building and copying the XML service's tree records, without recursion: a file decides how
+// deep and how wide trees are.
 #include "ssib_if2_backend/xml_tree.h"
 
 #include <cstdlib>

@@ -72,8 +72,8 @@ XML_NODE *dupeNode(const XML_NODE *node, XML_NODE *parent, bool *whole = nullptr
 // Says of a copied chain what copying it said.
 void logCopies(const XML_NODE *chain);
 
-// A detached copy of a chain by dupeNode, whole or null: one with holes would be written to the queue's file with
-// holes.
+// A detached copy of a chain by dupeNode, whole or null: one with holes would be written to the
+// queue's file with holes.
 XML_NODE *copyNode(XML_SERVICE_PROTOCOL *service, const XML_NODE *node);
 
 // Whether a copy is missing although there was something to copy.

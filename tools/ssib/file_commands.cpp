@@ -14,8 +14,8 @@ void requireGone(const QueueName &name) {
   if (iDeleteSSIB(&gSSSIB2pvt, name.wide()) != EFI_NOT_FOUND) refuse("delete " + name.shown(), EFI_DEVICE_ERROR);
 }
 
-// The merge empties the sub-queue before it writes the main queue: after a failure the entries live on in this process
-// alone.
+// The merge empties the sub-queue before it writes the main queue: after a failure the entries live
+// on in this process alone.
 [[noreturn]] void putBack(const QueueName &name, SSIB2_PRIVATE_DATA &queue) {
   iFlushSSIBQueue(&queue);
   const bool isBack = storedElements(name).size() == elementsOf(queue).size();

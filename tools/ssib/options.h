@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Values that a command line gives for an entry's fields: checked whole before anything is opened, then put into an
-// entry.
+// Values that a command line gives for an entry's fields: checked whole before anything is
+// opened, then put into an entry.
 #pragma once
 
 #include <cstdint>
