@@ -85,7 +85,7 @@ Texts textsOf(const SSIB_ENTRY &job) {
   Texts texts = {job.Job_ID,        job.Cmd_Line,           job.Task_Name,     job.LU_Category,
                  job.Display_Name,  job.Job_Type,           job.FQDD,          job.Resource_URI,
                  job.Resource_Type, job.Resource_Namespace, job.Target_Version};
-  std::ranges::stable_partition(texts, [](const char *text) { return text != nullptr; });
+  std::stable_partition(texts.begin(), texts.end(), [](const char *text) { return text != nullptr; });
   return texts;
 }
 
