@@ -27,18 +27,8 @@ constexpr std::array<std::uint8_t, 256> kNameBytes = [] {
 // Up to this many names, comparing each with each is quicker than sorting them.
 constexpr std::size_t kFewNames = 16;
 
-// One byte as the character of the same number.
-bool feedCharacter(XML_Parser parser, unsigned char byte) {
-  const char two[] = {static_cast<char>(0xC0 | byte >> 6), static_cast<char>(0x80 | (byte & 0x3F))};
-  const char one = static_cast<char>(byte);
-  return XML_Parse(parser, byte < 0x80 ? &one : two, byte < 0x80 ? 1 : 2, XML_FALSE) == XML_STATUS_OK;
-}
-
-bool feedName(XML_Parser parser, const char *name, bool singleBytes) {
-  if (!singleBytes) return XML_Parse(parser, name, static_cast<int>(std::strlen(name)), XML_FALSE) == XML_STATUS_OK;
-  while (*name != '\0')
-    if (!feedCharacter(parser, static_cast<unsigned char>(*name++))) return false;
-  return true;
+bool feed(XML_Parser parser, const char *text, bool isLast) {
+  return XML_Parse(parser, text, static_cast<int>(std::strlen(text)), isLast) == XML_STATUS_OK;
 }
 
 }  // namespace
@@ -49,11 +39,11 @@ NameCheck::~NameCheck() {
 
 EFI_STATUS NameCheck::ask(const char *name, bool singleBytes, bool &answer) {
   static const XML_Memory_Handling_Suite heap = {std::malloc, std::realloc, std::free};
-  if (parser_ != nullptr) XML_ParserReset(parser_, nullptr);
   if (parser_ == nullptr) parser_ = XML_ParserCreate_MM(nullptr, &heap, nullptr);
   if (parser_ == nullptr) return EFI_OUT_OF_RESOURCES;
-  const bool isName = XML_Parse(parser_, "<", 1, XML_FALSE) == XML_STATUS_OK && feedName(parser_, name, singleBytes) &&
-                      XML_Parse(parser_, "/>", 2, XML_TRUE) == XML_STATUS_OK;
+  XML_ParserReset(parser_, nullptr);
+  if (XML_SetEncoding(parser_, singleBytes ? "ISO-8859-1" : "UTF-8") != XML_STATUS_OK) return EFI_OUT_OF_RESOURCES;
+  const bool isName = feed(parser_, "<", false) && feed(parser_, name, false) && feed(parser_, "/>", true);
   if (!isName && XML_GetErrorCode(parser_) == XML_ERROR_NO_MEMORY) return EFI_OUT_OF_RESOURCES;
   answer = answer && isName;
   return EFI_SUCCESS;

@@ -174,10 +174,10 @@ void Writer::endElement(const XML_NODE &node) {
 }
 
 EFI_STATUS Writer::finish() {
-  const bool fits = utf8_ ? names_.fitUtf8() : names_.fitSingleBytes();
-  if (!fits) return EFI_INVALID_PARAMETER;
+  const bool isUtf8 = utf8_ && names_.fitUtf8();
+  if (!isUtf8 && !names_.fitSingleBytes()) return EFI_INVALID_PARAMETER;
   if (!out_.push('\0')) return EFI_OUT_OF_RESOURCES;
-  if (utf8_) return EFI_SUCCESS;
+  if (isUtf8) return EFI_SUCCESS;
   const std::size_t length = out_.size();
   put(kSingleByteDeclaration);
   if (status_ != EFI_SUCCESS) return status_;

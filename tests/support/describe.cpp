@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "support/describe.h"
 
-#include <algorithm>
 #include <cstdlib>
-#include <cstring>
-#include <sstream>
 
 #include "platform/xml_service.h"
 #include "support/platform.h"
@@ -13,39 +10,15 @@ namespace test {
 
 namespace {
 
-constexpr const char *kBeforeAddress[] = {"xmlRoot = ", "ListHead = ", "ListPtr = ", "ListPtr to ",
-                                          "result = ",  "found = ",    "ListPtr (",  "deleted. ("};
-
 std::string withoutAddresses(std::string text) {
-  for (const char *mark : kBeforeAddress) {
+  for (const std::string mark :
+       {"xmlRoot = ", "ListHead = ", "ListPtr = ", "ListPtr to ", "result = ", "found = ", "ListPtr (", "deleted. ("}) {
     const std::size_t found = text.find(mark);
     if (found == std::string::npos) continue;
-    const std::size_t begin = found + std::strlen(mark);
-    const std::size_t end = std::min(text.find_first_not_of("-0123456789abcdef", begin), text.size());
-    if (text.substr(begin, end - begin) != "0") text.replace(begin, end - begin, "@");
+    const std::size_t begin = found + mark.size(), end = text.find_first_not_of("-0123456789abcdef", begin);
+    if (text[begin] != '0') text.replace(begin, end - begin, "@");
   }
   return text;
-}
-
-std::string visible(const std::string &event) {
-  std::string line;
-  for (const char byte : withoutAddresses(event)) line += byte == '\n' ? std::string("\\n") : std::string(1, byte);
-  return line.starts_with("VYXSSIB|") ? line.substr(std::strlen("VYXSSIB")) : line;
-}
-
-// The trace line that has to follow a call, behind its source line; "" for other calls.
-std::string traceOf(const std::string &call) {
-  std::istringstream words(call);
-  std::string kind, partition, name, mode;
-  words >> kind;
-  if (kind == "close") {
-    words >> partition;
-    return "Calling varsk_fclose() with partition:" + partition;
-  }
-  std::getline(std::getline(words >> std::ws, partition, '/'), name, ' ') >> mode;
-  if (kind == "delete") return "Calling varsk_fdelete() with partition:" + partition + " and filename: " + name;
-  if (kind != "open") return "";
-  return "Calling varsk_fopen() with partition:" + partition + " fileName:" + name + " and mode:" + mode;
 }
 
 void put(std::string &text, const char *name, std::uint32_t number) {
@@ -59,19 +32,16 @@ void put(std::string &text, const char *name, const char *value) {
 }  // namespace
 
 std::string transcript() {
-  const std::vector<std::string> &events = platform().events;
   std::string text;
-  std::size_t traced = 0;
-  for (std::size_t at = 0; at < events.size(); ++at) {
-    text += visible(events[at]) + "\n";
-    const std::string trace = traceOf(events[at]);
-    if (trace.empty()) continue;
-    const int line = traced < platform().traceLines.size() ? platform().traceLines[traced++] : 0;
-    const std::string expected = "trace|ssib_if2_backend:" + std::to_string(line) + ":" + trace;
-    const bool follows = at + 1 < events.size() && line > 0 && events[at + 1] == expected;
-    follows ? static_cast<void>(++at) : static_cast<void>(text += "NOT TRACED\n");
+  for (const std::string &event : platform().events) {
+    if (event.starts_with("trace|ssib_if2_backend:")) continue;
+    const std::string line = withoutAddresses(event);
+    for (const char byte : line.substr(line.starts_with("VYXSSIB|") ? 7 : 0)) {
+      text += byte == '\n' ? std::string("\\n") : std::string(1, byte);
+    }
+    text += '\n';
   }
-  return text;
+  return text + (platform().owedTrace.empty() ? "" : "NOT TRACED\n");
 }
 
 XML_NODE *treeOf(const std::string &document) {

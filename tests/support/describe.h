@@ -8,9 +8,9 @@
 
 namespace test {
 
-// All that happened since the last forgetEvents, a line each: calls as the platform records them, log lines as "|TEXT"
-// ("TAG|TEXT" for a tag of its own), with "@" for every address but 0. A call of the partition storage and the trace
-// line that has to follow it are one line; otherwise "NOT TRACED" comes behind the call.
+// All that happened since the last forgetEvents, a line each: calls and what else the platform records, log lines as
+// "|TEXT" ("TAG|TEXT" for a tag of its own), with "@" for every address but 0. The trace line that follows a call is
+// left out.
 std::string transcript();
 
 // The tree of a document that is well-formed; the caller's.

@@ -1,32 +1,26 @@
 // SPDX-License-Identifier: MIT
 #include "support/heap.h"
 
-#include <cstdlib>
-#include <cstring>
 #include <unordered_set>
 
 namespace {
 
-struct State {
-  std::unordered_set<const void *> blocks;  // its own memory comes from operator new, which is not wrapped
-  bool watching = false;
-  std::size_t count = 0;
-  std::size_t failing = 0;
-};
+std::size_t untilFailure = 0;  // allocations up to the one that fails; 0 when none is to fail
 
-// Never destroyed: blocks are freed until the very end of the process.
-State &state() {
-  static State &instance = *new State;
+// Never destroyed: blocks are freed until the very end of the process. Its own memory comes from operator new, which is
+// not wrapped.
+std::unordered_set<const void *> &blocks() {
+  static auto &instance = *new std::unordered_set<const void *>;
   return instance;
 }
 
 bool mustFail() {
-  State &heap = state();
-  return heap.watching && ++heap.count == heap.failing;
+  return untilFailure != 0 && --untilFailure == 0;
 }
 
-void *track(void *block) {
-  if (block != nullptr) state().blocks.insert(block);
+template <typename T>
+T *track(T *block) {
+  if (block != nullptr) blocks().insert(block);
   return block;
 }
 
@@ -38,6 +32,8 @@ void *__real_malloc(std::size_t size);
 void *__real_calloc(std::size_t count, std::size_t size);
 void *__real_realloc(void *block, std::size_t size);
 void __real_free(void *block);
+char *__real_strndup(const char *text, std::size_t size);
+char *__real_strdup(const char *text);
 
 void *__wrap_malloc(std::size_t size) {
   return mustFail() ? nullptr : track(__real_malloc(size));
@@ -49,26 +45,21 @@ void *__wrap_calloc(std::size_t count, std::size_t size) {
 
 void *__wrap_realloc(void *block, std::size_t size) {
   if (mustFail()) return nullptr;
-  state().blocks.erase(block);
+  blocks().erase(block);
   return track(__real_realloc(block, size));
 }
 
 void __wrap_free(void *block) {
-  state().blocks.erase(block);
+  blocks().erase(block);
   __real_free(block);
 }
 
 char *__wrap_strndup(const char *text, std::size_t size) {
-  const std::size_t length = strnlen(text, size);
-  auto *copy = static_cast<char *>(__wrap_malloc(length + 1));
-  if (copy == nullptr) return nullptr;
-  std::memcpy(copy, text, length);
-  copy[length] = '\0';
-  return copy;
+  return mustFail() ? nullptr : track(__real_strndup(text, size));
 }
 
 char *__wrap_strdup(const char *text) {
-  return __wrap_strndup(text, std::strlen(text));
+  return mustFail() ? nullptr : track(__real_strdup(text));
 }
 
 }  // extern "C"
@@ -76,25 +67,19 @@ char *__wrap_strdup(const char *text) {
 namespace test::heap {
 
 std::size_t live() {
-  return state().blocks.size();
+  return blocks().size();
 }
 
-Watch::Watch(std::size_t failing) {
-  state().watching = true;
-  state().count = 0;
-  state().failing = failing;
+Watch::Watch(std::size_t failing) : armed_(failing != 0) {
+  untilFailure = failing;
 }
 
 Watch::~Watch() {
-  state().watching = false;
-}
-
-std::size_t Watch::allocations() const {
-  return state().count;
+  untilFailure = 0;
 }
 
 bool Watch::failed() const {
-  return state().failing != 0 && state().count >= state().failing;
+  return armed_ && untilFailure == 0;
 }
 
 }  // namespace test::heap

@@ -10,7 +10,7 @@ namespace test::heap {
 // Blocks that were allocated and not yet freed.
 std::size_t live();
 
-// Counts allocations within its scope and fails the nth of them, counted from 1; 0 fails none.
+// Fails the nth allocation within its scope, counted from 1; 0 fails none.
 class Watch {
  public:
   explicit Watch(std::size_t failing = 0);
@@ -18,8 +18,10 @@ class Watch {
   Watch(const Watch &) = delete;
   Watch &operator=(const Watch &) = delete;
 
-  std::size_t allocations() const;  // so far
-  bool failed() const;              // whether the nth came
+  bool failed() const;  // whether the nth came
+
+ private:
+  bool armed_;
 };
 
 }  // namespace test::heap

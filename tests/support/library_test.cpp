@@ -46,6 +46,10 @@ std::vector<std::string> listOf(const SSIB2_PRIVATE_DATA &handle, SSIB_TEXT SSIB
   return texts;
 }
 
+Platform::Fault fault(const char *call, std::size_t nth, EFI_STATUS status, bool withResult) {
+  return {call, nth, {status, withResult}};
+}
+
 std::string documentOf(const std::vector<std::string> &commands) {
   if (commands.empty()) return "<SSIB_INFO/>\n";
   std::string document = "<SSIB_INFO>\n";

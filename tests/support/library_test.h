@@ -33,9 +33,13 @@ void release(SSIB_ENTRY &entry);
 // Adds one entry and expects success.
 void add(SSIB2_PRIVATE_DATA &handle, Job job, std::uint32_t location = SSIB_ADD_APPEND_LO, std::uint32_t fieldMask = 0);
 
-// A text of the list for comparison: the given member of each element in order; "-" for null.
+// The given text of each element of the list; "-" for null.
 std::vector<std::string> listOf(const SSIB2_PRIVATE_DATA &handle,
                                 SSIB_TEXT SSIB_ENTRY::*member = &SSIB_ENTRY::Cmd_Line);
+
+// What Platform::faults takes, in short.
+Platform::Fault fault(const char *call, std::size_t nth = 1, EFI_STATUS status = EFI_DEVICE_ERROR,
+                      bool withResult = false);
 
 // The document that a flush of jobs with these command lines writes, all else being xmlJob's.
 std::string documentOf(const std::vector<std::string> &commands);

@@ -47,7 +47,7 @@ LiteralJob readJob(const std::string &text, std::size_t open, std::size_t close,
   LiteralJob job;
   for (std::size_t row = 0; row < kTaskKeys.size(); ++row) {
     job[row] = valueOf(text, open, close, kTaskKeys[row].key);
-    if (job[row]) events += std::string(kTaskKeys[row].label) + ": " + *job[row] + "\n";
+    if (job[row]) events.append(kTaskKeys[row].label).append(": ").append(*job[row]).append("\n");
     if (row == 0 && job[0] && job[0]->starts_with("UPDATE")) {
       events += "set " + kAttribute + " 6 0\nAble to Set the attr " + kAttribute + "\n";
     }
@@ -76,17 +76,22 @@ EFI_STATUS readJobs(const std::string &text, std::size_t position, std::size_t a
 LiteralJob literalJob(const SSIB_ENTRY &entry) {
   LiteralJob job;
   for (std::size_t row = 0; row < job.size(); ++row) {
-    const char *value = entry.*kTaskKeys[row].member;
-    if (value != nullptr) job[row] = value;
+    if (const char *value = entry.*kTaskKeys[row].member) job[row] = value;
   }
   return job;
+}
+
+std::vector<LiteralJob> literalJobs(const SSIB_ENTRY_LIST *first) {
+  std::vector<LiteralJob> jobs;
+  for (; first != nullptr; first = first->next) jobs.push_back(literalJob(first->entry));
+  return jobs;
 }
 
 LiteralOutcome literallyRead(const std::string &text) {
   const std::string list = text.substr(0, text.find('\0'));
   LiteralOutcome outcome{EFI_INVALID_PARAMETER, {}, "", "iParseFromJSON: Enter.\n"};
   const std::size_t array = list.find('[');
-  const std::size_t arrayEnd = array == kNone ? kNone : balanced(list, array, '[', ']');
+  const std::size_t arrayEnd = balanced(list, array, '[', ']');
   if (arrayEnd == kNone) {
     outcome.events += array == kNone ? "ERROR: invalid parameter 2.\n" : "ERROR: invalid parameter 3.\n";
     return outcome;

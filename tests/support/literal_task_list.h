@@ -22,8 +22,9 @@ extern const std::array<TaskKey, 8> kTaskKeys;
 
 using LiteralJob = std::array<std::optional<std::string>, 8>;
 
-// The eight strings of an entry.
+// The eight strings of an entry, and those of each entry of a list.
 LiteralJob literalJob(const SSIB_ENTRY &entry);
+std::vector<LiteralJob> literalJobs(const SSIB_ENTRY_LIST *first);
 
 struct LiteralOutcome {
   EFI_STATUS status = EFI_SUCCESS;

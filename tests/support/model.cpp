@@ -2,6 +2,7 @@
 #include "support/model.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <utility>
 
@@ -9,58 +10,31 @@ namespace test {
 
 namespace {
 
-enum Number : std::size_t { kVersion, kMode, kBlockId, kRbType, kRbReq, kTimeout, kRtnCode, kRtCount };
-enum Text : std::size_t {
-  kJobId,
-  kCmdLine,
-  kTaskName,
-  kLuCategory,
-  kDisplayName,
-  kJobType,
-  kFqdd,
-  kUri,
-  kType,
-  kSpace
-};
+// Places of numbers and texts in the record.
+constexpr std::size_t kVersion = 0, kMode = 1, kBlockId = 2, kRbType = 3, kRbReq = 4, kTimeout = 5, kRtnCode = 6,
+                      kRtCount = 7;
+constexpr std::size_t kJobId = 0, kCmdLine = 1, kTaskName = 2, kLuCategory = 3, kDisplayName = 4, kJobType = 5,
+                      kFqdd = 6, kUri = 7, kType = 8, kSpace = 9, kVersionText = 10;
 
-struct NumberRow {
-  const char *name;
+struct {
+  std::size_t offset, width;
   std::uint32_t maskBit;
-  std::uint32_t (*get)(const SSIB_ENTRY &);
-  void (*set)(SSIB_ENTRY &, std::uint32_t);
-};
-#define NUMBER(field, bit)                                                                                            \
-  NumberRow {                                                                                                         \
-#field, bit,                                                                                                      \
-        [](const SSIB_ENTRY &e)                                                                                       \
-             -> std::uint32_t { return e.field; }, [](SSIB_ENTRY & e,                                                 \
-                                                      std::uint32_t                                                   \
-                                                          value) { e.field = static_cast<decltype(e.field)>(value); } \
-  }
-constexpr NumberRow kNumbers[] = {NUMBER(Version, 0), NUMBER(mode, 0),    NUMBER(Block_ID, 0), NUMBER(RB_Type, 2),
-                                  NUMBER(RB_Req, 1),  NUMBER(Timeout, 4), NUMBER(Rtn_Code, 8), NUMBER(RT_Count, 16)};
-
-struct TextRow {
-  const char *name;
+} constexpr kNumbers[] = {{offsetof(SSIB_ENTRY, Version), 4, 0},  {offsetof(SSIB_ENTRY, mode), 1, 0},
+                          {offsetof(SSIB_ENTRY, Block_ID), 2, 0}, {offsetof(SSIB_ENTRY, RB_Type), 1, 2},
+                          {offsetof(SSIB_ENTRY, RB_Req), 1, 1},   {offsetof(SSIB_ENTRY, Timeout), 4, 4},
+                          {offsetof(SSIB_ENTRY, Rtn_Code), 4, 8}, {offsetof(SSIB_ENTRY, RT_Count), 2, 16}};
+struct {
   SSIB_TEXT SSIB_ENTRY::*member;
   std::size_t counted;
-};
-#define TEXT(field, counted)            \
-  TextRow {                             \
-#field, &SSIB_ENTRY::field, counted \
-  }
-constexpr TextRow kTexts[] = {TEXT(Job_ID, 64),         TEXT(Cmd_Line, 256),
-                              TEXT(Task_Name, 256),     TEXT(LU_Category, 16),
-                              TEXT(Display_Name, 256),  TEXT(Job_Type, 16),
-                              TEXT(FQDD, 256),          TEXT(Resource_URI, 256),
-                              TEXT(Resource_Type, 256), TEXT(Resource_Namespace, 256),
-                              TEXT(Target_Version, 256)};
+} constexpr kTexts[] = {{&SSIB_ENTRY::Job_ID, 64},         {&SSIB_ENTRY::Cmd_Line, 256},
+                        {&SSIB_ENTRY::Task_Name, 256},     {&SSIB_ENTRY::LU_Category, 16},
+                        {&SSIB_ENTRY::Display_Name, 256},  {&SSIB_ENTRY::Job_Type, 16},
+                        {&SSIB_ENTRY::FQDD, 256},          {&SSIB_ENTRY::Resource_URI, 256},
+                        {&SSIB_ENTRY::Resource_Type, 256}, {&SSIB_ENTRY::Resource_Namespace, 256},
+                        {&SSIB_ENTRY::Target_Version, 256}};
 
 // The documents' order, which is not the record's.
-struct Stored {
-  const char *name;
-  std::size_t field;
-};
+using Stored = std::pair<const char *, std::size_t>;
 constexpr Stored kAttributeNumbers[] = {{"Version", kVersion},  {"BLOCK_ID", kBlockId}, {"RT_COUNT", kRtCount},
                                         {"RTN_CODE", kRtnCode}, {"TIMEOUT", kTimeout},  {"RB_TYPE", kRbType},
                                         {"RB_REQ", kRbReq}};
@@ -72,9 +46,9 @@ constexpr Stored kKeys[] = {{"JobType", kJobType},
                             {"ResourceURI", kUri},
                             {"ResourceType", kType},
                             {"ResourceNamespace", kSpace},
-                            {"TargetVersion", kSpace + 1}};
+                            {"TargetVersion", kVersionText}};
 
-bool has(Number number, const ModelJob &job) {
+bool has(std::size_t number, const ModelJob &job) {
   return kNumbers[number].maskBit == 0 || (job.fieldMask & kNumbers[number].maskBit) != 0;
 }
 bool hasText(std::size_t text, const ModelJob &job) {
@@ -95,54 +69,50 @@ std::string storedCommand(const std::string &command) {
   return command.size() == 1 ? "" : command.substr(1, command.size() - 2);
 }
 
+// A job as it is read back from the XML form, and as it stands there.
+ModelJob readBackXml(const ModelJob &job) {
+  ModelJob read;
+  read.fieldMask = job.fieldMask & 0x3F;
+  for (const auto &[name, field] : kAttributeNumbers)
+    if (has(field, job)) read.numbers[field] = job.numbers[field];
+  read.numbers[kTimeout] &= 0xFFFF;
+  for (const auto &[name, field] : kAttributeTexts)
+    if (hasText(field, job)) read.texts[field] = job.texts[field].value_or("");
+  if (job.texts[kCmdLine]) read.texts[kCmdLine] = storedCommand(*job.texts[kCmdLine]);
+  if (!job.texts[kCmdLine] && !job.node.empty()) read.node = {job.node.back()};
+  return read;
+}
+
 std::string block(const ModelJob &job) {
-  std::string text = "<SSIB_BLOCK";
+  std::string text = "<SSIB_BLOCK", content;
   const auto add = [&](const char *name, const std::string &value) {
-    text += std::string(" ") + name + "=\"" + value + "\"";
+    text.append(" ").append(name).append("=\"").append(value).append("\"");
   };
-  for (const auto &[name, field] : kAttributeNumbers) {
-    if (has(static_cast<Number>(field), job)) add(name, std::to_string(static_cast<std::int32_t>(job.numbers[field])));
-  }
-  for (const auto &[name, field] : kAttributeTexts) {
+  for (const auto &[name, field] : kAttributeNumbers)
+    if (has(field, job)) add(name, std::to_string(static_cast<std::int32_t>(job.numbers[field])));
+  for (const auto &[name, field] : kAttributeTexts)
     if (hasText(field, job)) add(name, escaped(job.texts[field].value_or("")));
-  }
-  std::string content;
   if (job.texts[kCmdLine]) content = "<CMD_LINE>" + escaped(storedCommand(*job.texts[kCmdLine])) + "</CMD_LINE>\n";
   for (const std::string &name : job.texts[kCmdLine] ? std::vector<std::string>() : job.node)
     content.append("<").append(name).append(">v</").append(name).append(">\n");
   return text + (content.empty() ? "/>\n" : ">\n" + content + "</SSIB_BLOCK>\n");
 }
 
-ModelJob readBackXml(const ModelJob &job) {
+ModelJob readBackTask(const ModelJob &job) {
   ModelJob read;
-  read.fieldMask = job.fieldMask & 0x3F;
-  for (const auto &[name, field] : kAttributeNumbers) {
-    if (has(static_cast<Number>(field), job)) read.numbers[field] = job.numbers[field];
-  }
-  read.numbers[kTimeout] &= 0xFFFF;
-  for (const auto &[name, field] : kAttributeTexts) {
-    if (hasText(field, job)) read.texts[field] = job.texts[field].value_or("");
-  }
-  if (job.texts[kCmdLine]) read.texts[kCmdLine] = storedCommand(*job.texts[kCmdLine]);
-  if (!job.texts[kCmdLine] && !job.node.empty()) read.node = {job.node.back()};
+  for (const auto &[name, field] : kKeys)
+    if (job.texts[field] != "") read.texts[field] = job.texts[field];
   return read;
 }
 
 std::string object(const ModelJob &job) {
   std::string lines;
+  const char *start = "      \"";
   for (const auto &[name, field] : kKeys) {
-    lines += (lines.empty() ? "" : ",\n") + std::string("      \"") + name + "\" : \"" + job.texts[field].value_or("") +
-             "\"";
+    lines.append(start).append(name).append("\" : \"").append(job.texts[field].value_or("")).append("\"");
+    start = ",\n      \"";
   }
   return "    {\n" + lines + "\n    }";
-}
-
-ModelJob readBackTask(const ModelJob &job) {
-  ModelJob read;
-  for (const auto &[name, field] : kKeys) {
-    if (!job.texts[field].value_or("").empty()) read.texts[field] = job.texts[field];
-  }
-  return read;
 }
 
 // Nothing when XML cannot hold one of the texts.
@@ -154,19 +124,17 @@ std::optional<std::string> document(const ModelList &jobs, bool isTaskList) {
   return body.empty() ? "<SSIB_INFO/>\n" : "<SSIB_INFO>\n" + body + "</SSIB_INFO>\n";
 }
 
-bool agree(std::size_t text, const ModelJob &one, const ModelJob &other) {
-  return one.texts[text]->substr(0, kTexts[text].counted) == other.texts[text]->substr(0, kTexts[text].counted);
-}
-
 bool agreeWherePresent(std::size_t text, const ModelJob &one, const ModelJob &other) {
-  return !one.texts[text] || !other.texts[text] || agree(text, one, other);
+  const std::size_t counted = kTexts[text].counted;
+  return !one.texts[text] || !other.texts[text] ||
+         one.texts[text]->substr(0, counted) == other.texts[text]->substr(0, counted);
 }
 
 bool matches(const ModelJob &element, const ModelJob &key, bool isTaskList) {
   const auto textMatches = [&](std::size_t text) {
-    return element.texts[text] && key.texts[text] && agree(text, element, key);
+    return !hasText(text, element) || (element.texts[text] && key.texts[text] && agreeWherePresent(text, element, key));
   };
-  const auto numberMatches = [&](Number number) {
+  const auto numberMatches = [&](std::size_t number) {
     return !has(number, element) || element.numbers[number] == key.numbers[number];
   };
   if (isTaskList) {
@@ -174,19 +142,18 @@ bool matches(const ModelJob &element, const ModelJob &key, bool isTaskList) {
            std::ranges::all_of(std::array{kDisplayName, kJobType, kFqdd, kUri, kType, kSpace}, textMatches);
   }
   return std::ranges::all_of(std::array{kVersion, kBlockId, kRbType, kRbReq, kTimeout, kRtnCode}, numberMatches) &&
-         (!hasText(kJobId, element) || textMatches(kJobId)) &&
-         std::ranges::all_of(std::array{kCmdLine, kTaskName, kLuCategory}, textMatches);
+         std::ranges::all_of(std::array{kJobId, kCmdLine, kTaskName, kLuCategory}, textMatches);
 }
 
 }  // namespace
 
 ModelJob valueOf(const SSIB_ENTRY &entry) {
   ModelJob job;
-  for (std::size_t i = 0; i < job.numbers.size(); ++i) job.numbers[i] = kNumbers[i].get(entry);
-  for (std::size_t i = 0; i < job.texts.size(); ++i) {
-    const char *text = entry.*kTexts[i].member;
-    if (text != nullptr) job.texts[i] = text;
-  }
+  const char *bytes = reinterpret_cast<const char *>(&entry);
+  for (std::size_t i = 0; i < job.numbers.size(); ++i)
+    std::memcpy(&job.numbers[i], bytes + kNumbers[i].offset, kNumbers[i].width);
+  for (std::size_t i = 0; i < job.texts.size(); ++i)
+    if (const char *text = entry.*kTexts[i].member) job.texts[i] = text;
   for (const XML_NODE *node = entry.Node; node != nullptr; node = node->nextSibling) {
     const bool isPlain =
         node->attributes == nullptr && node->firstChild == nullptr && std::strcmp(node->value->text, "v") == 0;
@@ -195,28 +162,17 @@ ModelJob valueOf(const SSIB_ENTRY &entry) {
   return job;
 }
 
-std::string describe(const ModelJob &job) {
-  std::string text = "{";
-  for (std::size_t i = 0; i < job.numbers.size(); ++i) {
-    if (job.numbers[i] != 0) text += std::string(kNumbers[i].name) + "=" + std::to_string(job.numbers[i]) + " ";
-  }
-  for (std::size_t i = 0; i < job.texts.size(); ++i) {
-    if (job.texts[i]) text += std::string(kTexts[i].name) + "=[" + *job.texts[i] + "] ";
-  }
-  for (const std::string &name : job.node) text += "<" + name + "> ";
-  return text + "mask=" + std::to_string(job.fieldMask) + " priority=" + std::to_string(job.priority) + "}";
-}
-
-ModelRecord::ModelRecord(const ModelJob &job) : strings_(2 * job.node.size()), nodes_(job.node.size()) {
-  for (std::size_t i = 0; i < job.numbers.size(); ++i) kNumbers[i].set(entry_, job.numbers[i]);
-  for (std::size_t i = 0; i < job.texts.size(); ++i) {
-    entry_.*kTexts[i].member = job.texts[i] ? const_cast<char *>(job.texts[i]->c_str()) : nullptr;
-  }
-  for (std::size_t i = nodes_.size(); i-- > 0;) {
-    strings_[2 * i] = {1, const_cast<char *>(job.node[i].c_str())};
-    strings_[2 * i + 1] = {1, const_cast<char *>("v")};
-    nodes_[i] = {&strings_[2 * i], &strings_[2 * i + 1], nullptr, nullptr, nullptr, entry_.Node, nullptr};
-    entry_.Node = &nodes_[i];
+ModelRecord::ModelRecord(const ModelJob &job) : strings(2 * job.node.size()), nodes(job.node.size()) {
+  char *bytes = reinterpret_cast<char *>(&entry);
+  for (std::size_t i = 0; i < job.numbers.size(); ++i)
+    std::memcpy(bytes + kNumbers[i].offset, &job.numbers[i], kNumbers[i].width);
+  for (std::size_t i = 0; i < job.texts.size(); ++i)
+    entry.*kTexts[i].member = job.texts[i] ? const_cast<char *>(job.texts[i]->c_str()) : nullptr;
+  for (std::size_t i = nodes.size(); i-- > 0;) {
+    strings[2 * i] = {1, const_cast<char *>(job.node[i].c_str())};
+    strings[2 * i + 1] = {1, const_cast<char *>("v")};
+    nodes[i] = {&strings[2 * i], &strings[2 * i + 1], nullptr, nullptr, nullptr, entry.Node, nullptr};
+    entry.Node = &nodes[i];
   }
 }
 
@@ -276,24 +232,15 @@ EFI_STATUS Model::load(ModelHandle &handle) {
   return status;
 }
 
-bool Model::write(const ModelHandle &handle) {
-  if (call("close VAR025 w") && !failWrites) put(*handle.name, handle.jobs);
-  return !failWrites;
-}
-
 EFI_STATUS Model::flush(ModelHandle &handle) {
   if (!handle.name) return SSIB_STATUS_NO_DOCUMENT;
-  const std::string open = "open VAR025/" + *handle.name + " w";
-  if (handle.isTaskList) {
-    if (handle.jobs.empty()) return EFI_INVALID_PARAMETER;
-    if (!call(open)) return EFI_ABORTED;
-    write(handle);
-    return EFI_SUCCESS;
-  }
-  const bool isBuilt = call("CreateNode SSIB_INFO") && call("SerializeTree") && document(handle.jobs, false);
-  if (!isBuilt) return SSIB_STATUS_NO_DOCUMENT;
-  if (!call(open)) return SSIB_STATUS_NO_FILE;
-  return write(handle) ? EFI_SUCCESS : EFI_DEVICE_ERROR;
+  const bool isBuilt = handle.isTaskList
+                           ? !handle.jobs.empty()
+                           : call("CreateNode SSIB_INFO") && call("SerializeTree") && document(handle.jobs, false);
+  if (!isBuilt) return handle.isTaskList ? EFI_INVALID_PARAMETER : SSIB_STATUS_NO_DOCUMENT;
+  if (!call("open VAR025/" + *handle.name + " w")) return handle.isTaskList ? EFI_ABORTED : SSIB_STATUS_NO_FILE;
+  if (call("close VAR025 w") && !failWrites) put(*handle.name, handle.jobs);
+  return failWrites && !handle.isTaskList ? EFI_DEVICE_ERROR : EFI_SUCCESS;
 }
 
 EFI_STATUS Model::close(ModelHandle &handle) {

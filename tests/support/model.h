@@ -27,20 +27,14 @@ struct ModelJob {
 using ModelList = std::list<ModelJob>;
 
 ModelJob valueOf(const SSIB_ENTRY &entry);
-std::string describe(const ModelJob &job);
 
 // A caller's record of a job, which must outlive it.
-class ModelRecord {
- public:
+struct ModelRecord {
   explicit ModelRecord(const ModelJob &job);
   ModelRecord(const ModelRecord &) = delete;
-  ModelRecord &operator=(const ModelRecord &) = delete;
-  SSIB_ENTRY *get() { return &entry_; }
-
- private:
-  SSIB_ENTRY entry_{};
-  std::vector<XML_STRING> strings_;
-  std::vector<XML_NODE> nodes_;
+  SSIB_ENTRY entry{};
+  std::vector<XML_STRING> strings;
+  std::vector<XML_NODE> nodes;
 };
 
 struct ModelHandle {
@@ -79,7 +73,6 @@ class Model {
   bool call(const std::string &record);  // false when the platform refuses
   EFI_STATUS probe(const std::string &name);
   EFI_STATUS load(ModelHandle &handle);
-  bool write(const ModelHandle &handle);
   bool same(const ModelHandle &handle, const ModelJob &one, const ModelJob &other);
 };
 

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <type_traits>
 
 #include "platform/xml_service.h"
 
@@ -15,96 +16,79 @@ namespace {
 
 std::unique_ptr<Platform> current;
 
-std::string narrow(const wchar_t *wide) {
+std::string narrow(const std::wstring &wide) {
   std::string text;
-  for (; wide != nullptr && *wide != 0; ++wide) text += static_cast<char>(*wide);
+  for (const wchar_t character : wide) text += static_cast<char>(character);
   return text;
 }
 
-std::wstring key(const wchar_t *partition, const wchar_t *name) {
-  return std::wstring(partition) + L"/" + name;
+void note(const std::string &event, const std::string &owedTrace = "") {
+  Platform &state = platform();
+  const bool isTrace = event.starts_with("trace|");
+  const bool isOwed = !state.owedTrace.empty() && event.ends_with(":" + state.owedTrace);
+  if (isTrace ? !isOwed : !state.owedTrace.empty()) state.events.emplace_back("NOT TRACED");
+  state.events.push_back(event);
+  state.owedTrace = owedTrace;
 }
 
 // The answer that the test ordered for this call, if any. Every call is recorded first.
-std::optional<Answer> record(const std::string &call) {
-  Platform &state = platform();
-  state.calls.push_back(call);
-  state.events.push_back(call);
+std::optional<Answer> record(const std::string &call, const std::string &owedTrace = "") {
+  platform().calls.push_back(call);
+  note(call, owedTrace);
   std::optional<Answer> answer;
-  for (Platform::Fault &fault : state.faults) {
+  for (Platform::Fault &fault : platform().faults) {
     if (call.starts_with(fault.prefix) && ++fault.seen == fault.nth) answer = fault.answer;
   }
   return answer;
 }
 
-// Formats in the manner of the debug log: "%d", "%x", "%s", "%ls" and "%r".
-std::string format(const std::string &text, va_list values) {
-  std::string result;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    if (text[at] != '%') {
-      result += text[at];
-      continue;
-    }
-    char digits[16];
-    switch (text[++at]) {
-      case 'd':
-        result += std::to_string(va_arg(values, int));
-        break;
-      case 'x':
-        std::snprintf(digits, sizeof(digits), "%x", va_arg(values, unsigned));
-        result += digits;
-        break;
-      case 'r':
-        std::snprintf(digits, sizeof(digits), "0x%08x", va_arg(values, unsigned));
-        result += digits;
-        break;
-      case 's':
-        result += va_arg(values, const char *);
-        break;
-      case 'l':
-        ++at;
-        result += narrow(va_arg(values, const wchar_t *));
-        break;
-      default:
-        std::abort();  // a format that the services need not understand
-    }
+// Formats in the manner of printf, and "%r" as 0x with eight digits. Other formats the services need not understand.
+std::string format(std::string text, va_list values) {
+  for (std::size_t at = 0; (at = text.find('%', at)) != std::string::npos; at += 2) {
+    if (text[at + 1] == 'r') text.replace(at, 2, "0x%08x");
+    if (std::strchr("0dlsx", text[at + 1]) == nullptr) std::abort();
   }
-  return result;
+  char *formatted = nullptr;
+  if (vasprintf(&formatted, text.c_str(), values) < 0) std::abort();
+  text = formatted;
+  std::free(formatted);
+  return text;
 }
 
 void print(std::uint32_t level, const char *tag, const wchar_t *wideFormat, ...) {
+  if (level != 0x800000) std::abort();
   va_list values;
   va_start(values, wideFormat);
-  const std::string formatText = narrow(wideFormat);
-  const std::string text = format(formatText, values);
+  note(std::string(tag) + "|" + format(narrow(wideFormat), values));
   va_end(values);
-  platform().log.push_back({level, tag, formatText, text});
-  platform().events.push_back(std::string(tag) + "|" + text);
 }
 
 DEBUG_LOG_PROTOCOL debugLog = {{}, print};
 
 // ---- The XML service: the stand-in's, behind a record of the calls.
 
-EFI_STATUS parseImage(XML_SERVICE_PROTOCOL *, const XML_STRING *image, XML_NODE **root) {
-  const auto answer = record("ParseImage");
+template <typename... Values>
+EFI_STATUS ask(const std::string &call,
+               EFI_STATUS (*XML_SERVICE_PROTOCOL::*operation)(XML_SERVICE_PROTOCOL *, Values...),
+               std::type_identity_t<Values>... values) {
+  const auto answer = record(call);
   if (answer && !answer->withResult) return answer->status;
-  const EFI_STATUS status = vyx::platform::xmlService()->ParseImage(vyx::platform::xmlService(), image, root);
+  XML_SERVICE_PROTOCOL *service = vyx::platform::xmlService();
+  const EFI_STATUS status = (service->*operation)(service, values...);
   return answer ? answer->status : status;
+}
+
+EFI_STATUS parseImage(XML_SERVICE_PROTOCOL *, const XML_STRING *image, XML_NODE **root) {
+  return ask("ParseImage", &XML_SERVICE_PROTOCOL::ParseImage, image, root);
 }
 
 EFI_STATUS serializeTree(XML_SERVICE_PROTOCOL *, const XML_NODE *root, std::uint32_t flag, XML_STRING **image) {
-  const auto answer = record(flag == 1 ? "SerializeTree" : "SerializeTree with another flag");
-  if (answer && !answer->withResult) return answer->status;
-  const EFI_STATUS status = vyx::platform::xmlService()->SerializeTree(vyx::platform::xmlService(), root, flag, image);
-  return answer ? answer->status : status;
+  const char *call = flag == 1 ? "SerializeTree" : "SerializeTree with another flag";
+  return ask(call, &XML_SERVICE_PROTOCOL::SerializeTree, root, flag, image);
 }
 
 EFI_STATUS createNode(XML_SERVICE_PROTOCOL *, const XML_STRING *name, XML_NODE **node) {
-  const auto answer = record(std::string("CreateNode ") + name->text);
-  if (answer && !answer->withResult) return answer->status;
-  const EFI_STATUS status = vyx::platform::xmlService()->CreateNode(vyx::platform::xmlService(), name, node);
-  return answer ? answer->status : status;
+  return ask(std::string("CreateNode ") + name->text, &XML_SERVICE_PROTOCOL::CreateNode, name, node);
 }
 
 EFI_STATUS deleteTree(XML_SERVICE_PROTOCOL *, XML_NODE *node) {
@@ -121,10 +105,10 @@ struct Stream {
   std::wstring key;
   std::string contents;
   std::size_t position = 0;
-  bool failWrites = false;
+  bool failWrites = platform().failWrites;
 };
 
-std::map<FILE *, Stream *> openStreams;
+std::map<FILE *, std::unique_ptr<Stream>> openStreams;
 
 ssize_t readStream(void *cookie, char *buffer, std::size_t size) {
   auto &stream = *static_cast<Stream *>(cookie);
@@ -140,14 +124,6 @@ ssize_t writeStream(void *cookie, const char *buffer, std::size_t size) {
   return static_cast<ssize_t>(size);
 }
 
-FILE *openStream(const std::wstring &fileKey, bool writing) {
-  auto *stream = new Stream{fileKey, writing ? std::string() : platform().files[fileKey], 0, platform().failWrites};
-  FILE *file = fopencookie(stream, writing ? "w" : "r", {readStream, writeStream, nullptr, nullptr});
-  openStreams[file] = stream;
-  ++platform().openStreams;
-  return file;
-}
-
 }  // namespace
 
 Platform &platform() {
@@ -160,38 +136,25 @@ void resetPlatform() {
 
 std::vector<std::string> Platform::logTexts(const std::string &tag) const {
   std::vector<std::string> texts;
-  for (const LogLine &line : log) {
-    if (line.tag == tag) texts.push_back(line.text);
+  for (const std::string &event : events) {
+    if (event.starts_with(tag + "|")) texts.push_back(event.substr(tag.size() + 1));
   }
   return texts;
 }
 
-std::vector<std::string> Platform::logFormats() const {
-  std::vector<std::string> formats;
-  for (const LogLine &line : log) formats.push_back(line.format);
-  return formats;
-}
-
 std::size_t Platform::countCalls(const std::string &prefix) const {
-  return static_cast<std::size_t>(
-      std::ranges::count_if(calls, [&](const std::string &call) { return call.starts_with(prefix); }));
+  const auto counts = [&](const std::string &call) { return call.starts_with(prefix); };
+  return static_cast<std::size_t>(std::ranges::count_if(calls, counts));
 }
 
 void Platform::forgetEvents() {
   calls.clear();
-  log.clear();
-  trace.clear();
-  traceLines.clear();
   events.clear();
 }
 
 std::string Platform::file(const std::wstring &name) const {
   const auto found = files.find(L"VAR025/" + name);
   return found == files.end() ? "<none>" : found->second;
-}
-
-void Platform::setFile(const std::wstring &name, const std::string &contents) {
-  files[L"VAR025/" + name] = contents;
 }
 
 }  // namespace test
@@ -214,20 +177,26 @@ EFI_STATUS getProtocolInstanceByGuid(const EFI_GUID *guid, std::uint32_t *count,
   return EFI_SUCCESS;
 }
 
-EFI_STATUS varsk_fopen_1(const wchar_t *partition, const wchar_t *fileName, const char *mode, FILE **stream) {
-  *stream = nullptr;
-  const std::wstring fileKey = key(partition, fileName);
-  const auto answer = record("open " + narrow(fileKey.c_str()) + " " + mode);
-  const bool writing = std::strcmp(mode, "w") == 0;
+EFI_STATUS varsk_fopen_1(const wchar_t *partition, const wchar_t *fileName, const char *mode, FILE **file) {
+  *file = nullptr;
+  const std::wstring key = std::wstring(partition) + L"/" + fileName;
+  const auto answer =
+      record("open " + narrow(key) + " " + mode, "Calling varsk_fopen() with partition:" + narrow(partition) +
+                                                     " fileName:" + narrow(fileName) + " and mode:" + mode);
   if (answer && !answer->withResult) return answer->status;
-  if (!writing && !platform().files.contains(fileKey)) return EFI_NOT_FOUND;
-  *stream = openStream(fileKey, writing);
+  const bool writing = std::strcmp(mode, "w") == 0;
+  if (!writing && !platform().files.contains(key)) return EFI_NOT_FOUND;
+  std::unique_ptr<Stream> stream(new Stream{key, writing ? "" : platform().files[key]});
+  *file = fopencookie(stream.get(), mode, {readStream, writeStream, nullptr, nullptr});
+  openStreams[*file] = std::move(stream);
+  ++platform().openStreams;
   return answer ? answer->status : EFI_SUCCESS;
 }
 
 EFI_STATUS varsk_fclose_1(const wchar_t *partition, FILE *file, const char *mode) {
-  const auto answer = record("close " + narrow(partition) + " " + mode);
-  const std::unique_ptr<Stream> stream(openStreams.at(file));
+  const std::string name = narrow(partition);
+  const auto answer = record("close " + name + " " + mode, "Calling varsk_fclose() with partition:" + name);
+  const std::unique_ptr<Stream> stream = std::move(openStreams.at(file));
   openStreams.erase(file);
   --platform().openStreams;
   const bool failed = std::ferror(file) != 0;
@@ -239,9 +208,11 @@ EFI_STATUS varsk_fclose_1(const wchar_t *partition, FILE *file, const char *mode
 }
 
 EFI_STATUS varsk_fdelete_1(const wchar_t *partition, const wchar_t *fileName) {
-  const std::wstring fileKey = key(partition, fileName);
-  if (const auto answer = record("delete " + narrow(fileKey.c_str()))) return answer->status;
-  return platform().files.erase(fileKey) == 1 ? EFI_SUCCESS : EFI_NOT_FOUND;
+  const std::wstring key = std::wstring(partition) + L"/" + fileName;
+  const auto answer = record("delete " + narrow(key), "Calling varsk_fdelete() with partition:" + narrow(partition) +
+                                                          " and filename: " + narrow(fileName));
+  if (answer) return answer->status;
+  return platform().files.erase(key) == 1 ? EFI_SUCCESS : EFI_NOT_FOUND;
 }
 
 std::uint32_t getSize(FILE *file) {
@@ -252,17 +223,11 @@ std::uint32_t getSize(FILE *file) {
 int quorprintf(int level, int verbosity, const char *formatText, ...) {
   va_list values;
   va_start(values, formatText);
-  va_list copy;
-  va_copy(copy, values);
-  static_cast<void>(va_arg(copy, const char *));
-  platform().traceLines.push_back(va_arg(copy, int));
-  va_end(copy);
   std::string text = format(formatText, values);
   va_end(values);
-  if (text.empty() || text.back() != '\n' || level != 5 || verbosity != 9) std::abort();
+  if (level != 5 || verbosity != 9 || !text.ends_with('\n')) std::abort();
   text.pop_back();
-  platform().trace.push_back(text);
-  platform().events.push_back("trace|" + text);
+  note("trace|" + text);
   return 0;
 }
 

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -14,14 +13,6 @@
 
 namespace test {
 
-// One line of the debug log.
-struct LogLine {
-  std::uint32_t level;
-  std::string tag;
-  std::string format;  // as the library passed it
-  std::string text;    // with its values; "%d" prints an int, "%x" hexadecimal digits, "%r" 0x and eight of them
-};
-
 // What a platform call answers instead of doing its work.
 struct Answer {
   EFI_STATUS status = EFI_DEVICE_ERROR;
@@ -30,19 +21,20 @@ struct Answer {
 
 struct Platform {
   std::map<std::wstring, std::string> files;  // by "VAR025/Main.ssib"
-  std::vector<std::string> calls;             // "open VAR025/Main.ssib r", "close VAR025 r", "delete ...", "getSize",
-                                   // "ParseImage", "SerializeTree", "CreateNode", "DeleteTree", "set NAME 6 0"
-  std::vector<LogLine> log;
-  std::vector<std::string> trace;   // formatted lines of quorprintf, without the line feed
-  std::vector<int> traceLines;      // the source line of each
-  std::vector<std::string> events;  // calls, log texts ("TAG|text") and traces in one sequence
+  // "open VAR025/Main.ssib r", "close VAR025 r", "delete VAR025/Main.ssib", "getSize", "ParseImage", "SerializeTree",
+  // "CreateNode NAME", "DeleteTree", "set NAME 6 0"
+  std::vector<std::string> calls;
+  // Calls, log lines ("TAG|text") and trace lines ("trace|text", without the line feed) in one sequence. "NOT TRACED"
+  // stands where a call of the partition storage is not followed by its trace line, and where one comes unasked.
+  std::vector<std::string> events;
+  std::string owedTrace;  // what the trace line that has to come next says behind its source line
 
-  bool hasXmlService = true;
-  bool hasDebugLog = true;
+  bool hasXmlService = true, hasDebugLog = true;
   EFI_STATUS locateStatus = EFI_SUCCESS;       // of getProtocolInstanceByGuid
   std::optional<std::uint32_t> announcedSize;  // what getSize says instead of the truth
   bool failWrites = false;                     // streams opened with "w" refuse every byte
   int configurationResult = 0;
+  std::size_t openStreams = 0;
 
   // The nth call (from 1) whose record begins with the prefix gets this answer. One call for each prefix.
   struct Fault {
@@ -56,15 +48,12 @@ struct Platform {
     faults.push_back({prefix, nth, answer});
   }
 
-  std::size_t openStreams = 0;
-
   std::vector<std::string> logTexts(const std::string &tag = "VYXSSIB") const;
-  std::vector<std::string> logFormats() const;
   std::size_t countCalls(const std::string &prefix) const;
-  void forgetEvents();  // empties calls, log, trace and events
+  void forgetEvents();  // empties calls and events
 
   std::string file(const std::wstring &name) const;  // contents of a file of VAR025; "<none>" when there is none
-  void setFile(const std::wstring &name, const std::string &contents);
+  void setFile(const std::wstring &name, const std::string &contents) { files[L"VAR025/" + name] = contents; }
 };
 
 // The one platform, new for each test.

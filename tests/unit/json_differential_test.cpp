@@ -3,33 +3,14 @@
 // statuses, values, bytes, messages and calls. A round is made from its number alone, so the one that fails is run
 // again by it.
 #include <cstdarg>
-#include <cstdint>
 
 #include "ssib_if2_backend/list.h"
 #include "support/library_test.h"
 #include "support/literal_task_list.h"
+#include "support/random.h"
 
 namespace test {
 namespace {
-
-class Random {
- public:
-  explicit Random(std::uint32_t seed) : state_(seed * 0x9E3779B9U + 1) {}
-  std::uint32_t below(std::uint32_t limit) {
-    state_ ^= state_ << 13U;
-    state_ ^= state_ >> 17U;
-    state_ ^= state_ << 5U;
-    return state_ % limit;
-  }
-  bool oneIn(std::uint32_t count) { return below(count) == 0; }
-  template <typename Table>
-  const auto &of(const Table &table) {
-    return table[below(static_cast<std::uint32_t>(std::size(table)))];
-  }
-
- private:
-  std::uint32_t state_;
-};
 
 // ---- Generated lists
 
@@ -40,9 +21,8 @@ const char *const kBrackets[] = {"{", "}", "[", "]", "{}", "[]"};
 
 std::string someValue(Random &random) {
   std::string value;
-  for (std::uint32_t pieces = random.below(4); pieces != 0; --pieces) {
+  for (std::uint32_t pieces = random.below(4); pieces != 0; --pieces)
     value += random.oneIn(20) ? random.of(kBrackets) : random.of(kPieces);
-  }
   return value;
 }
 
@@ -64,8 +44,7 @@ std::string someObject(Random &random) {
 }
 
 std::string someList(Random &random) {
-  std::string list = random.oneIn(30) ? "\"a\" : {}, " : "{\n  \"SMAJob\":\n  ";
-  list += "[";
+  std::string list = random.oneIn(30) ? "\"a\" : {}, [" : "{\n  \"SMAJob\":\n  [";
   for (std::uint32_t objects = random.below(3); objects != 0; --objects)
     list += someObject(random) + random.of(kSpaces) + ",";
   return list + "]" + (random.oneIn(30) ? ", \"more\" : {}" : "") + random.of(kSpaces) + "}";
@@ -76,7 +55,7 @@ void damage(Random &random, std::string &text) {
   const std::size_t length = random.below(12);
   switch (random.below(4)) {
     case 0:
-      if (at < text.size()) text[at] = static_cast<char>(text[at] ^ (1 << random.below(8)));
+      if (at < text.size()) text[at] = static_cast<char>(random.oneIn(8) ? 0 : text[at] ^ (1 << random.below(8)));
       break;
     case 1:
       text.erase(at, random.oneIn(8) ? std::string::npos : length);
@@ -92,9 +71,8 @@ void damage(Random &random, std::string &text) {
 std::vector<LiteralJob> someJobs(Random &random) {
   std::vector<LiteralJob> jobs(random.oneIn(20) ? random.below(40) : random.below(4));
   for (LiteralJob &job : jobs) {
-    for (std::optional<std::string> &value : job) {
+    for (std::optional<std::string> &value : job)
       if (!random.oneIn(4)) value = random.oneIn(200) ? std::string(4000 + random.below(200), 'x') : someValue(random);
-    }
   }
   return jobs;
 }
@@ -124,60 +102,51 @@ void hear(std::uint32_t, const char *, const wchar_t *format, ...) {
   said += '\n';
 }
 
-DEBUG_LOG_PROTOCOL listener = {{}, hear};
-
-SSIB2_PRIVATE_DATA listenedHandle() {
-  platform().forgetEvents();
-  said.clear();
-  callsSaid = 0;
-  SSIB2_PRIVATE_DATA handle = {};
-  handle.debugProto = &listener;
-  return handle;
-}
-
-LiteralOutcome libraryReads(const std::string &text) {
-  SSIB2_PRIVATE_DATA handle = listenedHandle();
-  std::vector<char> image(text.begin(), text.end());  // of the exact size, so that a look behind it is seen
-  image.push_back('\0');
-  image.shrink_to_fit();
-  LiteralOutcome outcome;
-  outcome.status = iParseFromJSON(&handle, image.data());
-  outcome.events = said;
-  for (const SSIB_ENTRY_LIST *element = handle.ssibEntryListHead; element != nullptr; element = element->next) {
-    outcome.jobs.push_back(literalJob(element->entry));
+class JsonDifferential : public LibraryTest {
+ protected:
+  SSIB2_PRIVATE_DATA listenedHandle() {
+    static DEBUG_LOG_PROTOCOL listener = {{}, hear};
+    host().forgetEvents();
+    said.clear();
+    callsSaid = 0;
+    SSIB2_PRIVATE_DATA queue = {};
+    queue.debugProto = &listener;
+    return queue;
   }
-  ssib::le_free_list(nullptr, handle.ssibEntryListHead);
-  return outcome;
-}
 
-LiteralOutcome libraryWrites(const std::vector<LiteralJob> &jobs) {
-  SSIB2_PRIVATE_DATA handle = listenedHandle();
-  std::vector<SSIB_ENTRY_LIST> elements(jobs.size());
-  for (std::size_t number = jobs.size(); number-- > 0;) {
-    elements[number].next = handle.ssibEntryListHead;
-    handle.ssibEntryListHead = &elements[number];
-    for (std::size_t row = 0; row < kTaskKeys.size(); ++row) {
-      const auto &value = jobs[number][row];
-      elements[number].entry.*kTaskKeys[row].member = value ? const_cast<char *>(value->c_str()) : nullptr;
+  LiteralOutcome libraryReads(const std::string &text) {
+    SSIB2_PRIVATE_DATA queue = listenedHandle();
+    const char *const bytes = text.c_str();
+    std::vector<char> image(bytes, bytes + text.size() + 1);  // of the exact size, so that a look behind it is seen
+    const EFI_STATUS status = iParseFromJSON(&queue, image.data());
+    LiteralOutcome outcome = {status, literalJobs(queue.ssibEntryListHead), "", said};
+    ssib::freeListOf(queue);
+    return outcome;
+  }
+
+  LiteralOutcome libraryWrites(const std::vector<LiteralJob> &jobs) {
+    SSIB2_PRIVATE_DATA queue = listenedHandle();
+    std::vector<SSIB_ENTRY_LIST> elements(jobs.size());
+    for (std::size_t number = jobs.size(); number-- > 0;) {
+      elements[number].next = queue.ssibEntryListHead;
+      queue.ssibEntryListHead = &elements[number];
+      for (std::size_t row = 0; row < kTaskKeys.size(); ++row) {
+        const auto &value = jobs[number][row];
+        elements[number].entry.*kTaskKeys[row].member = value ? const_cast<char *>(value->c_str()) : nullptr;
+      }
     }
+    wchar_t name[] = L"a.json";
+    queue.ssibFileName = name;
+    const EFI_STATUS status = iFlushToJSON(&queue);
+    return {status, {}, jobs.empty() ? "" : host().file(name), said};
   }
-  wchar_t name[] = L"a.json";
-  handle.ssibFileName = name;
-  LiteralOutcome outcome;
-  outcome.status = iFlushToJSON(&handle);
-  outcome.events = said;
-  outcome.bytes = jobs.empty() ? "" : platform().file(name);
-  return outcome;
-}
+};
 
-class JsonDifferential : public LibraryTest {};
-
-void expectSameReading(const std::string &text, const std::string &label) {
-  const LiteralOutcome expected = literallyRead(text);
-  const LiteralOutcome actual = libraryReads(text);
-  ASSERT_EQ(actual.status, expected.status) << label << "\n" << text;
-  ASSERT_EQ(actual.jobs, expected.jobs) << label << "\n" << text;
-  ASSERT_EQ(actual.events, expected.events) << label << "\n" << text;
+void expectSame(const LiteralOutcome &actual, const LiteralOutcome &expected, const std::string &label) {
+  ASSERT_EQ(actual.status, expected.status) << label;
+  ASSERT_EQ(actual.jobs, expected.jobs) << label;
+  ASSERT_EQ(actual.bytes, expected.bytes) << label;
+  ASSERT_EQ(actual.events, expected.events) << label;
 }
 
 TEST_F(JsonDifferential, GeneratedAndDamagedListsReadTheSame) {
@@ -185,22 +154,7 @@ TEST_F(JsonDifferential, GeneratedAndDamagedListsReadTheSame) {
     Random random(round);
     std::string text = someList(random);
     for (std::uint32_t damages = random.below(4); damages != 0; --damages) damage(random, text);
-    expectSameReading(text, "round " + std::to_string(round));
-  }
-}
-
-TEST_F(JsonDifferential, AListWithAnyBitFlippedOrAnyByteReplacedReadsTheSame) {
-  const std::string good = literallyWrite({{"UPDATE", "name", "fqdd", "id"}, {"a", {}, "fqdd"}}, "a.json").bytes;
-  for (std::size_t at = 0; at < good.size() && !HasFatalFailure(); ++at) {
-    std::string text = good;
-    for (int bit = 0; bit < 8; ++bit) {
-      text[at] = static_cast<char>(good[at] ^ (1 << bit));
-      expectSameReading(text, "flipped at " + std::to_string(at));
-    }
-    for (const char byte : {'\0', '"', '[', ']', '{', '}'}) {
-      text[at] = byte;
-      expectSameReading(text, "replaced at " + std::to_string(at));
-    }
+    expectSame(libraryReads(text), literallyRead(text), text);
   }
 }
 
@@ -208,11 +162,7 @@ TEST_F(JsonDifferential, GeneratedListsAreWrittenTheSame) {
   for (std::uint32_t round = 0; round < 50000 && !HasFatalFailure(); ++round) {
     Random random(round);
     const std::vector<LiteralJob> jobs = someJobs(random);
-    const LiteralOutcome expected = literallyWrite(jobs, "a.json");
-    const LiteralOutcome actual = libraryWrites(jobs);
-    ASSERT_EQ(actual.status, expected.status) << round;
-    ASSERT_EQ(actual.bytes, expected.bytes) << round;
-    ASSERT_EQ(actual.events, expected.events) << round;
+    expectSame(libraryWrites(jobs), literallyWrite(jobs, "a.json"), "round " + std::to_string(round));
   }
 }
 

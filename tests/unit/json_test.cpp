@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 #include <cwchar>
+#include <functional>
+#include <set>
 #include <tuple>
 
 #include "json/writer.h"
@@ -46,15 +48,12 @@ const std::string kAttribute = "Calderwick.Embedded.1#CWAttributes.1#PackageCach
 
 class Json : public LibraryTest {
  protected:
-  // Everything that was said and asked for, one a line; of a trace, who called what.
+  // Everything that was said and asked for, one a line; of a trace, who made it.
   std::string events() {
     std::string lines;
     for (const std::string &event : host().events) {
-      const std::size_t call = event.find("varsk_");
       const bool isTrace = event.starts_with("trace|");
-      lines += isTrace ? event.substr(0, event.find(':') + 1) + event.substr(call, event.find('(') - call)
-                       : event.substr(event.find('|') + 1);
-      lines += "\n";
+      lines += (isTrace ? event.substr(0, event.find(':')) : event.substr(event.find('|') + 1)) + "\n";
     }
     return lines;
   }
@@ -68,15 +67,14 @@ class Json : public LibraryTest {
   Texts jobs() {
     Texts texts = listOf(handle, &SSIB_ENTRY::Job_Type);
     const Texts fqdds = listOf(handle, &SSIB_ENTRY::FQDD);
-    std::ranges::transform(texts, fqdds, texts.begin(),
-                           [](const auto &type, const auto &fqdd) { return type + "/" + fqdd; });
+    for (std::size_t i = 0; i < texts.size(); ++i) texts[i] += "/" + fqdds[i];
     return texts;
   }
 
-  // Reads a text that stands in a block of its exact size into an empty list.
+  // Reads a text into an empty list.
   EFI_STATUS parse(const std::string &text) {
     ssib::freeListOf(handle);
-    return iParseFromJSON(&handle, std::vector<char>(text.c_str(), text.c_str() + text.size() + 1).data());
+    return iParseFromJSON(&handle, text.c_str());
   }
 
   void TearDown() override {
@@ -88,8 +86,8 @@ class Json : public LibraryTest {
 TEST_F(Json, TheExampleIsReadAndWrittenByteForByteWithItsMessages) {
   host().setFile(kName, kExample);
   ASSERT_EQ(iOpenSSIB(&handle, kName), EFI_SUCCESS);
-  const std::string opened = "open VAR025/a.json r\ntrace|ssib_if2_backend:varsk_fopen\n";
-  const std::string closed = "close VAR025 r\ntrace|ssib_if2_backend:varsk_fclose\n";
+  const std::string opened = "open VAR025/a.json r\ntrace|ssib_if2_backend\n";
+  const std::string closed = "close VAR025 r\ntrace|ssib_if2_backend\n";
   EXPECT_EQ(events(), "Enter.\niOpenJSON - fname_len= 28\n\n" + opened + "getSize\n" + closed + "file_exists: 1\n2\n" +
                           opened + "iOpenJSON - Reading file.\n" + literallyRead(kExample).events + closed +
                           "Exit. 0\n");
@@ -99,8 +97,6 @@ TEST_F(Json, TheExampleIsReadAndWrittenByteForByteWithItsMessages) {
   expected.entry.Display_Name = second.entry.Display_Name;
   expected.entry.FQDD = second.entry.FQDD;
   EXPECT_EQ(std::memcmp(static_cast<const void *>(&second), &expected, sizeof(expected)), 0);
-  EXPECT_EQ(handle.ssibEntryListPtr, handle.ssibEntryListHead);
-  EXPECT_EQ(handle.mode, SSIB_MODE_BIOS_SMA);
 
   host().forgetEvents();
   host().setFile(kName, "");
@@ -108,26 +104,25 @@ TEST_F(Json, TheExampleIsReadAndWrittenByteForByteWithItsMessages) {
   EXPECT_EQ(host().file(kName), kExample);
   EXPECT_EQ(events(),
             "iFlushSSIBQueue called\niFlushSSIBQueue alt mode SMA/JSON\nOpening file [a.json]\nopen VAR025/a.json w\n"
-            "trace|json:varsk_fopen\nWriting entries now ...\nWriting JobType [UPDATE], ResourceType [image] ...\n"
+            "trace|json\nWriting entries now ...\nWriting JobType [UPDATE], ResourceType [image] ...\n"
             "Writing JobType [], ResourceType [] ...\nClosing [VAR025].\nclose VAR025 w\n"
-            "trace|json:varsk_fclose\nReturning EFI_SUCCESS.\n");
+            "trace|json\nReturning EFI_SUCCESS.\n");
 }
 
 TEST_F(Json, ReaderAndWriterReportToTheHandleAllElseToTheLibrary) {
   DEBUG_LOG_PROTOCOL *log = vyxSsibDebug;
-  for (const auto &[toHandle, toLibrary] : {std::pair(false, false), {false, true}, {true, false}, {true, true}}) {
-    SCOPED_TRACE(::testing::Message() << "handle " << toHandle << ", library " << toLibrary);
+  for (const bool toHandle : {false, true}) {
     handle.debugProto = toHandle ? log : nullptr;
-    vyxSsibDebug = toLibrary ? log : nullptr;
-    openExample();
-    iCloseSSIB(&handle);
+    vyxSsibDebug = toHandle ? nullptr : log;
+    host().setFile(kName, kExample);
     iOpenSSIB(&handle, kName);
-    const std::string said = events();
-    EXPECT_EQ(said.find("Opening file [a.json]") != std::string::npos, toHandle);
-    EXPECT_EQ(said.find("iParseFromJSON: Enter.") != std::string::npos, toHandle);
-    EXPECT_EQ(said.find("file_exists: 1") != std::string::npos, toLibrary);
-    EXPECT_EQ(said.find("iFlushSSIBQueue alt mode") != std::string::npos, toLibrary);
     iCloseSSIB(&handle);
+    for (const auto &[line, isHandles] : {std::pair("Opening file [a.json]", true),
+                                          {"iParseFromJSON: Enter.", true},
+                                          {"file_exists: 1", false},
+                                          {"iFlushSSIBQueue alt mode", false}})
+      EXPECT_EQ(events().find(line) != std::string::npos, isHandles == toHandle) << line;
+    host().forgetEvents();
   }
   vyxSsibDebug = log;
 }
@@ -144,27 +139,23 @@ TEST_F(Json, ReadingAndWritingUseTheFixedPartitionProbeAndOrdinaryCloseTheVariab
 }
 
 TEST_F(Json, OpensFailuresHaveTheirStatusTheirLineAndTheFixedPartition) {
-  const std::string open = "open VAR025/a.json r";
-  const std::string close = "close VAR025 r";
+  const std::string open = "open VAR025/a.json r", close = "close VAR025 r", failed = "ERROR: unable to open a.json";
   const std::string refused = "iOpenSSIB - Varsk access error. Error is -2147483633";
-  const std::string failed = "ERROR: unable to open a.json";
   const std::string shortRead = "iOpenJSON - Error reading. Returning.";
   const std::string noMemory = "iOpenJSON - Failed to allocate memory.";
   using Size = std::optional<std::uint32_t>;
-  using Row = std::tuple<const char *, Answer, Size, EFI_STATUS, bool, std::string, std::string>;
-  const Row rows[] = {
+  const std::tuple<std::string, Answer, Size, EFI_STATUS, bool, std::string, std::string> rows[] = {
       {"open OTHER1", {EFI_ACCESS_DENIED}, {}, EFI_ACCESS_DENIED, false, "open OTHER1/a.json r", refused},
       {"open VAR025", {EFI_DEVICE_ERROR}, {}, EFI_ABORTED, true, open, failed + "\n"},
       {"open VAR025", {EFI_DEVICE_ERROR, true}, {}, EFI_ABORTED, true, close, failed + " 0x80000007\n"},
       {"open VAR025", {1, true}, {}, EFI_ABORTED, true, close, failed + " 0x00000001\n"},
       {"short", {}, kExample.size() + 1, EFI_DEVICE_ERROR, false, close, shortRead},
-      {"a gigabyte", {}, 1U << 30U, EFI_DEVICE_ERROR, false, close, shortRead},
       {"4 gigabytes", {}, UINT32_MAX, EFI_OUT_OF_RESOURCES, false, close, noMemory},
   };
   std::wcscpy(sVarskPartition, L"OTHER1");
   host().files[L"OTHER1/a.json"] = host().files[L"VAR025/a.json"] = kExample;
   for (const auto &[what, answer, size, status, keepsName, lastCall, lastLine] : rows) {
-    SCOPED_TRACE(what + (": " + lastLine));
+    SCOPED_TRACE(::testing::Message() << what << ": " << lastLine);
     host().faults = {{what, 1, answer}};
     host().announcedSize = size;
     EXPECT_EQ(iOpenSSIB(&handle, kName), status);
@@ -178,93 +169,37 @@ TEST_F(Json, OpensFailuresHaveTheirStatusTheirLineAndTheFixedPartition) {
 }
 
 TEST_F(Json, TheWriterRefusesAnEmptyListAndReportsAFailedOpen) {
-  const std::pair<Answer, std::string> rows[] = {
-      {{EFI_ACCESS_DENIED}, "ERROR: unable to open a.json\n\n"},
-      {{EFI_DEVICE_ERROR, true},
-       "ERROR: unable to open a.json 0x80000007\n\nclose VAR025 w\ntrace|json:varsk_fclose\n"},
-  };
   openExample();
-  for (const auto &[answer, said] : rows) {
-    host().forgetEvents();
+  for (const auto &[answer, said] : std::initializer_list<std::pair<Answer, std::string>>{
+           {{EFI_ACCESS_DENIED}, "\n\n"}, {{EFI_DEVICE_ERROR, true}, " 0x80000007\n\nclose VAR025 w\ntrace|json\n"}}) {
     host().faults = {{"open", 1, answer}};
     EXPECT_EQ(iFlushToJSON(&handle), EFI_ABORTED);
-    EXPECT_EQ(events(), "Opening file [a.json]\nopen VAR025/a.json w\ntrace|json:varsk_fopen\n" + said);
+    EXPECT_EQ(events(),
+              "Opening file [a.json]\nopen VAR025/a.json w\ntrace|json\n"
+              "ERROR: unable to open a.json" +
+                  said);
+    host().forgetEvents();
   }
-  host().failWrites = true;
-  EXPECT_EQ(iFlushToJSON(&handle), EFI_SUCCESS) << "write errors are not detected";
-  host().forgetEvents();
   SSIB2_PRIVATE_DATA nameless = {};
   nameless.ssibEntryListHead = handle.ssibEntryListHead;
+  EXPECT_EQ(iFlushToJSON(&nameless), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(iFlushToJSON(nullptr), EFI_INVALID_PARAMETER);
   ssib::freeListOf(handle);
-  for (SSIB2_PRIVATE_DATA *refused : {&handle, &nameless, static_cast<SSIB2_PRIVATE_DATA *>(nullptr)}) {
-    EXPECT_EQ(iFlushToJSON(refused), EFI_INVALID_PARAMETER);
-  }
+  EXPECT_EQ(iFlushToJSON(&handle), EFI_INVALID_PARAMETER);
   EXPECT_EQ(ssib::jsonWriter(nullptr, "text"), EFI_INVALID_PARAMETER);
   EXPECT_EQ(ssib::jsonWriter(stdout, nullptr), EFI_INVALID_PARAMETER);
   EXPECT_EQ(events(), "");
 }
 
-TEST_F(Json, ARefusedTextCountsAsOpenAndKeepsItsBytes) {
-  const std::string text = "[{\"FQDD\" : \"a\"} {]";
-  host().setFile(kName, text);
-  EXPECT_EQ(iOpenSSIB(&handle, kName), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(handle.openCount, 1U);
-  EXPECT_EQ(handle.ssibEntryListHead, nullptr);
-  EXPECT_EQ(handle.ssibEntryListPtr, nullptr);
-  EXPECT_EQ(std::wcscmp(handle.ssibFileName, kName), 0);
-  EXPECT_EQ(host().logTexts().back(), "Exit. 80000002");
-  EXPECT_EQ(iCloseSSIB(&handle), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(handle.mode, SSIB_MODE_DEFAULT);
-  EXPECT_EQ(host().file(kName), text);
-}
-
-TEST_F(Json, TheLastJobCannotBeRemovedFromTheFile) {
-  open(kName);
-  Job job = taskJob("only");
-  add(handle, job);
-  iFlushSSIBQueue(&handle);
-  const std::string before = host().file(kName);
-  EXPECT_EQ(iRemoveFromSSIBQueue(&handle, &job), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(handle.ssibEntryListHead, nullptr);
-  EXPECT_EQ(host().file(kName), before);
-}
-
 TEST_F(Json, UpdateJobsSetTheAttributeWhateverComesOfIt) {
-  const std::pair<std::string, bool> rows[] = {
-      {"UPDATE", true}, {"UPDATE_LATER", true}, {"UPDAT", false}, {"update", false}};
-  for (const int result : {0, -1}) {
-    for (const auto &[type, sets] : rows) {
-      SCOPED_TRACE(type + ", result " + std::to_string(result));
-      host().forgetEvents();
-      host().configurationResult = result;
-      const std::string object = "{\"FQDD\" : \"f\", \"JobType\" : \"" + type + "\"}";
-      EXPECT_EQ(parse("[" + object + "," + object + "]"), EFI_SUCCESS);
-      EXPECT_EQ(jobs(), Texts(2, type + "/f"));
-      const std::string line =
-          (result == 0 ? "Able to Set the attr " : "ERROR: unable to Set the attr ") + kAttribute + "\n";
-      const std::string set = sets ? "set " + kAttribute + " 6 0\n" + line : "";
-      EXPECT_NE(events().find("Job_Type: " + type + "\n" + set + "FQDD: f\n"), std::string::npos);
-      EXPECT_EQ(host().countCalls("set"), sets ? 2U : 0U);
-    }
+  const std::string set = "Job_Type: UPDATES\nset " + kAttribute + " 6 0\n";
+  for (const auto &[result, said] : {std::pair(0, "Able to Set the attr "), {-1, "ERROR: unable to Set the attr "}}) {
+    host().configurationResult = result;
+    EXPECT_EQ(parse(R"([{"FQDD":"f","JobType":"UPDATES"},{"FQDD":"g","JobType":"update"}])"), EFI_SUCCESS);
+    EXPECT_EQ(jobs(), (Texts{"UPDATES/f", "update/g"}));
+    EXPECT_NE(events().find(set + said), std::string::npos) << events();
   }
-}
-
-TEST_F(Json, ValuesAreCutAt4095BytesWhereverTheChunksEnd) {
-  open(kName);
-  for (std::size_t length = 3700; length < 4100; ++length) {
-    const std::string value(length, 'v');
-    add(handle, Job().text(&SSIB_ENTRY::Display_Name, value.c_str()));
-    EXPECT_EQ(iFlushToJSON(&handle), EFI_SUCCESS);
-    ASSERT_EQ(host().file(kName), literallyWrite({LiteralJob{std::nullopt, value}}, "").bytes) << length;
-    ssib::freeListOf(handle);
-  }
-}
-
-TEST_F(Json, AListCutAnywhereIsReadOnlyWhenItsArrayIsWhole) {
-  for (std::size_t length = 0; length <= kExample.size(); ++length) {
-    const bool isWhole = length > kExample.find(']');
-    ASSERT_EQ(parse(kExample.substr(0, length)), isWhole ? EFI_SUCCESS : EFI_INVALID_PARAMETER) << length;
-  }
+  EXPECT_EQ(host().countCalls("set"), 2U);
 }
 
 TEST_F(Json, OddTextsAreScannedByTheRules) {
@@ -276,7 +211,6 @@ TEST_F(Json, OddTextsAreScannedByTheRules) {
       {"no object", R"([1, "FQDD" : "a"])", EFI_SUCCESS, {}},
       {"object across the array's end", R"([{"FQDD":"a"} {]})", EFI_INVALID_PARAMETER, {"-/a"}},
       {"object behind the array", R"([{"FQDD":"a"}] {})", EFI_INVALID_PARAMETER, {"-/a"}},
-      {"brace ahead of the array", R"({{[{"FQDD":"a"}])", EFI_SUCCESS, {"-/a"}},
       {"no commas", R"("x" [{"FQDD":"a"}{"FQDD":"b"}])", EFI_SUCCESS, {"-/a", "-/b"}},
       {"reordered", R"([{"FQDD":"a","JobType":"t"}])", EFI_SUCCESS, {"t/a"}},
       {"repeated", R"([{"FQDD":"a","FQDD":"b"}])", EFI_SUCCESS, {"-/a"}},
@@ -326,113 +260,78 @@ TEST_F(Json, HugeTextsTakeLinearTimeAndNoStack) {
   EXPECT_EQ(parse("[" + std::string(kSize, '{') + "]"), EFI_INVALID_PARAMETER);
 }
 
-// ---- Each failure once
+// Names of jobs, with "?" behind one that lacks a value.
+std::string inShort(const std::vector<LiteralJob> &jobs) {
+  std::string text;
+  for (const LiteralJob &job : jobs)
+    text += job[1].value_or("-") + (std::ranges::count(job, std::optional<std::string>()) == 2 ? "" : "?");
+  return text;
+}
 
-class JsonFaults : public Json, public ::testing::WithParamInterface<const char *> {
+class JsonFaults : public Json {
  protected:
-  EFI_STATUS run() {
-    Job job = taskJob("present");
-    SSIB_ENTRY *entries[] = {&job};
-    const std::string operation = GetParam();
-    if (operation == "add") return iAddToSSIBQueue(&handle, 1, entries, 0, SSIB_ADD_APPEND_LO);
-    if (operation == "remove") return iRemoveFromSSIBQueue(&handle, &job);
-    if (operation == "flush") return iFlushSSIBQueue(&handle);
-    return operation == "close" ? iCloseSSIB(&handle) : iOpenSSIB(&handle, kName);
+  struct Operation {
+    const char *label;
+    std::function<EFI_STATUS()> run;
+    std::set<std::string> outcomes;
+  };
+
+  // The status's low byte, the list and the file.
+  std::string outcome(EFI_STATUS status) {
+    const std::string text = host().file(kName);
+    const std::vector<LiteralJob> written = literallyRead(text).jobs;
+    return std::to_string(status & 0xFF) + ", " + inShort(literalJobs(handle.ssibEntryListHead)) + ", " +
+           (text == literallyWrite(written, "").bytes ? inShort(written) : "broken");
   }
 
-  // Runs the operation while the nth allocation, open or close fails, or all writes do. False when there was no nth.
-  bool fails(const std::string &what, std::size_t nth) {
-    SCOPED_TRACE(what + " " + std::to_string(nth));
-    openExample();
-    add(handle, taskJob("present"));
-    if (GetParam() == std::string("open")) iCloseSSIB(&handle);
-    host().faults = {{what, nth, {}}};
-    host().failWrites = what == "write";
-    const std::string before = host().file(kName);
-    const heap::Watch watch(what == "allocation" ? nth : 0);
-    const EFI_STATUS status = run();
-    const bool failed = watch.failed() || host().faults[0].seen >= nth;
-    EXPECT_TRUE(status == EFI_SUCCESS || status == EFI_ABORTED || status == EFI_OUT_OF_RESOURCES) << status;
-    EXPECT_TRUE(failed || status == EFI_SUCCESS) << status;
-    const std::string after = host().file(kName);
-    EXPECT_TRUE(after == before || (after.starts_with("{\n  \"SMAJob\"") && after.ends_with("  ]\n}\n"))) << after;
+  // Runs the operation while the nth allocation, the nth call or all writing fails; false when it came to no nth.
+  bool fails(const Operation &operation, const std::string &kind, std::size_t nth, std::set<std::string> &outcomes) {
+    host() = Platform();
+    host().setFile(kName, kFile);
+    if (operation.label != std::string("open")) {
+      open(kName);
+      add(handle, taskJob("c"));
+    }
+    if (kind == "call") host().failCall("", nth);
+    host().failWrites = kind == "write";
+    const heap::Watch watch(kind == "allocation" ? nth : 0);
+    outcomes.insert(outcome(operation.run()));
+    const bool failed = kind == "call" ? host().faults[0].seen >= nth : watch.failed();
     host().faults.clear();
-    host().failWrites = false;
     while (handle.openCount != 0) iCloseSSIB(&handle);
-    EXPECT_EQ(host().openStreams, 0U);
+    EXPECT_EQ(host().openStreams, 0U) << kind << " " << nth;
     return failed;
   }
+
+  const std::string kFile =
+      literallyWrite({{"UPDATE", "a", "fqdd", {}, "uri", "type", "ns"}, {"OTHER", "b", "f", {}, "u", "t", "n"}}, "")
+          .bytes;
 };
 
-TEST_P(JsonFaults, LeaveTheOldFileOrTheNewAndADocumentedStatus) {
-  for (const char *what : {"allocation", "open", "close"}) {
-    for (std::size_t nth = 1; fails(what, nth); ++nth) ASSERT_LT(nth, 200U);
-  }
-  fails("write", 1);
-}
-
-INSTANTIATE_TEST_SUITE_P(Each, JsonFaults, ::testing::Values("open", "flush", "close", "add", "remove"));
-
-TEST_F(Json, AValueWithoutMemoryIsNullAnElementWithoutMemoryEndsTheReading) {
-  const std::string text = R"([{"JobType":"t","FQDD":"a"},{"FQDD":"b"}])";
-  const std::tuple<std::size_t, EFI_STATUS, Texts> rows[] = {
-      {1, EFI_OUT_OF_RESOURCES, {}}, {2, EFI_SUCCESS, {"-/a", "-/b"}}, {4, EFI_OUT_OF_RESOURCES, {"t/a"}}};
-  for (const auto &[nth, status, expected] : rows) {
-    const heap::Watch watch(nth);
-    EXPECT_EQ(parse(text), status);
-    EXPECT_EQ(jobs(), expected);
-  }
-}
-
-// ---- Entries of a task list
-
-TEST_F(Json, DeletingMatchesModeAndSixStrings) {
-  const std::string type(16, 't');
-  const std::string longer = type + "x";
-  const struct {
-    const char *label;
-    SSIB_TEXT SSIB_ENTRY::*member;
-    const char *value;
-    bool matches;
-  } rows[] = {
-      {"name", &SSIB_ENTRY::Display_Name, "other", false},
-      {"17th character of the type", &SSIB_ENTRY::Job_Type, longer.c_str(), true},
-      {"16th character of the type", &SSIB_ENTRY::Job_Type, type.c_str() + 1, false},
-      {"no FQDD", &SSIB_ENTRY::FQDD, nullptr, false},
-      {"empty URI", &SSIB_ENTRY::Resource_URI, "", false},
-      {"resource type", &SSIB_ENTRY::Resource_Type, "other", false},
-      {"namespace", &SSIB_ENTRY::Resource_Namespace, "other", false},
-      {"version", &SSIB_ENTRY::Target_Version, "other", true},
-      {"identifier", &SSIB_ENTRY::Job_ID, "other", true},
+TEST_F(JsonFaults, EachAloneHasAKnownOutcome) {
+  Job job = taskJob("a", "UPDATE");
+  SSIB_ENTRY *entries[] = {&job};
+  const Operation operations[] = {
+      {"open",
+       [&] { return iOpenSSIB(&handle, kName); },
+       {"0, , ab", "0, -?b, ab", "0, a-?, ab", "0, a?b, ab", "0, ab, ab", "0, ab?, ab", "21, , ab", "9, , ab"}},
+      {"parse",
+       [&] { return iParseFromJSON(&handle, kFile.c_str()); },
+       {"0, abc-?b, ab", "0, abca-?, ab", "0, abca?b, ab", "0, abcab, ab", "0, abcab?, ab", "9, abc, ab",
+        "9, abca, ab"}},
+      {"add",
+       [&] { return iAddToSSIBQueue(&handle, 1, entries, 0, SSIB_ADD_APPEND_LO); },
+       {"0, abc-?, ab", "0, abca, ab", "0, abca?, ab", "9, abc, ab"}},
+      {"remove", [&] { return iRemoveFromSSIBQueue(&handle, &job); }, {"0, bc, ab", "0, bc, bc", "21, bc, ab"}},
+      {"flush", [&] { return iFlushSSIBQueue(&handle); }, {"0, abc, ab", "0, abc, abc", "21, abc, ab"}},
+      {"close", [&] { return iCloseSSIB(&handle); }, {"0, , ab", "0, , abc", "21, , ab"}},
   };
-  open(kName);
-  for (const auto &[label, member, value, matches] : rows) {
-    add(handle, taskJob("name", type.c_str()));
-    Job key = taskJob("name", type.c_str()).text(member, value);
-    EXPECT_EQ(iDeleteSSIBEntry(&handle, &key), matches ? EFI_SUCCESS : EFI_INVALID_PARAMETER) << label;
-    ssib::freeListOf(handle);
+  for (const Operation &operation : operations) {
+    std::set<std::string> outcomes;
+    for (const char *kind : {"allocation", "call", "write"})
+      for (std::size_t nth = 1; fails(operation, kind, nth, outcomes);) ++nth;
+    EXPECT_EQ(outcomes, operation.outcomes) << operation.label;
   }
-}
-
-TEST_F(Json, AnEntrysModeIsMatchedAndCopiedButNotStored) {
-  Job job = taskJob("job");
-  job.mode = SSIB_MODE_BIOS_SMA;
-  open(kName);
-  add(handle, job);
-  handle.ssibEntryListPtr = handle.ssibEntryListHead;
-  SSIB_ENTRY copy = {};
-  ASSERT_EQ(iPeekSSIBNextEntry(&handle, &copy), EFI_SUCCESS);
-  EXPECT_EQ(copy.mode, SSIB_MODE_BIOS_SMA);
-  release(copy);
-  EXPECT_EQ(iDeleteSSIBEntry(&handle, &job), EFI_SUCCESS);
-  add(handle, job);
-  iCloseSSIB(&handle);
-  open(kName);
-  ASSERT_EQ(iGetSSIBNextEntry(&handle, &copy), EFI_SUCCESS);
-  EXPECT_EQ(copy.mode, SSIB_MODE_DEFAULT);
-  EXPECT_STREQ(copy.Resource_Namespace, "ns");
-  release(copy);
-  EXPECT_EQ(iDeleteSSIBEntry(&handle, &job), EFI_INVALID_PARAMETER);
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // The text utilities at their edges. Of the fixture they need only the count of blocks.
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <tuple>
@@ -12,13 +11,9 @@ namespace {
 
 constexpr int kEnd = 0xFFFF;
 
-struct CloseFile {
-  void operator()(std::FILE *file) const { std::fclose(file); }
-};
-
 // A stream on these bytes.
-std::unique_ptr<std::FILE, CloseFile> input(const std::string &bytes) {
-  std::unique_ptr<std::FILE, CloseFile> file(std::tmpfile());
+std::shared_ptr<std::FILE> input(const std::string &bytes) {
+  std::shared_ptr<std::FILE> file(std::tmpfile(), std::fclose);
   std::fwrite(bytes.data(), 1, bytes.size(), file.get());
   std::rewind(file.get());
   return file;
@@ -31,39 +26,27 @@ std::unique_ptr<char[]> exactly(const std::string &bytes) {
   return block;
 }
 
-// The read-ahead outlives a stream: each test uses it up.
-class TextUtil : public LibraryTest {
- protected:
-  void TearDown() override {
-    for (const auto nothing = input(""); vyx_fgetc(nothing.get()) != kEnd;) continue;
-    LibraryTest::TearDown();
-  }
-};
-
-TEST_F(TextUtil, BytesAreValuesFrom0To255AndAStreamThatEndedIsTriedAgain) {
+TEST(TextUtil, BytesAreValuesFrom0To255AndAStreamThatEndedIsTriedAgain) {
   const auto file = input(std::string("\0\x7F\x80\xFF", 4));
   for (const int expected : {0, 0x7F, 0x80, 0xFF, kEnd, kEnd}) EXPECT_EQ(vyx_fgetc(file.get()), expected);
   std::rewind(file.get());
-  EXPECT_EQ(vyx_fgetc(file.get()), 0);
+  for (const int expected : {0, 0x7F, 0x80, 0xFF, kEnd}) EXPECT_EQ(vyx_fgetc(file.get()), expected);
   EXPECT_EQ(vyx_fgetc(nullptr), kEnd);
 }
 
-TEST_F(TextUtil, TheReadAheadTakes512BytesAndIsSharedByAllStreams) {
-  const auto first = input(std::string(512, 'a') + "b");
+TEST(TextUtil, TheReadAheadTakes512BytesAndIsSharedByAllStreams) {
+  const auto first = input(std::string(512, 'a') + "b"), second = input("cd"), third = input("e");
   for (int count = 0; count < 512; ++count) {
     ASSERT_EQ(vyx_fgetc(first.get()), 'a');
     ASSERT_EQ(std::ftell(first.get()), 512);
   }
   EXPECT_EQ(vyx_fgetc(first.get()), 'b');
-  EXPECT_EQ(vyx_fgetc(first.get()), kEnd);
-  const auto second = input("cd");
-  const auto third = input("e");
-  for (const int expected : {'c', 'd', 'e'}) EXPECT_EQ(vyx_fgetc((expected == 'c' ? second : third).get()), expected);
+  EXPECT_EQ(vyx_fgetc(second.get()), 'c');
+  for (const int expected : {int{'d'}, int{'e'}, kEnd}) EXPECT_EQ(vyx_fgetc(third.get()), expected);
 }
 
-TEST_F(TextUtil, LinesAreCleanedAndCutToTheBuffer) {
-  using Lines = std::vector<std::string>;
-  const std::tuple<const char *, std::string, std::size_t, Lines> rows[] = {
+TEST(TextUtil, LinesAreCleanedAndCutToTheBuffer) {
+  const std::tuple<const char *, std::string, std::size_t, std::vector<std::string>> rows[] = {
       {"two lines", "ab\r\ncd", 16, {"ab", "cd"}},
       {"overlong", "abcdef\n", 4, {"abc", "def", ""}},
       {"empty lines", "\n\n", 16, {"", ""}},
@@ -78,17 +61,17 @@ TEST_F(TextUtil, LinesAreCleanedAndCutToTheBuffer) {
   for (const auto &[label, bytes, size, lines] : rows) {
     SCOPED_TRACE(label);
     const auto file = input(bytes);
+    const auto buffer = exactly(std::string(size, 'x'));
     for (std::string line : lines) {
-      const auto buffer = exactly(std::string(size, 'x'));
       ASSERT_EQ(fgetline(buffer.get(), size, file.get()), buffer.get());
       line.resize(size);
       EXPECT_EQ(std::string(buffer.get(), size), line);
     }
-    EXPECT_EQ(fgetline(exactly(std::string(size, 'x')).get(), size, file.get()), nullptr);
+    EXPECT_EQ(fgetline(buffer.get(), size, file.get()), nullptr);
   }
 }
 
-TEST_F(TextUtil, ALineNeedsABufferAStreamAndRoom) {
+TEST(TextUtil, ALineNeedsABufferAStreamAndRoom) {
   const auto file = input("a");
   char buffer[] = "xx";
   EXPECT_EQ(fgetline(nullptr, 2, file.get()), nullptr);
@@ -97,14 +80,15 @@ TEST_F(TextUtil, ALineNeedsABufferAStreamAndRoom) {
   EXPECT_STREQ(buffer, "xx");
   EXPECT_EQ(fgetline(buffer, 1, file.get()), buffer);
   EXPECT_EQ(std::string(buffer, 2), std::string("\0x", 2));
-  EXPECT_EQ(vyx_fgetc(file.get()), 'a');
+  for (const int expected : {int{'a'}, kEnd}) EXPECT_EQ(vyx_fgetc(file.get()), expected);
 }
 
-TEST_F(TextUtil, ReallocGrowsNeverShrinksAndFreesTheOldBlockEvenOnFailure) {
+class TextBlocks : public LibraryTest {};
+
+TEST_F(TextBlocks, ReallocGrowsNeverShrinksAndFreesTheOldBlockEvenOnFailure) {
   auto *block = static_cast<char *>(smpl_realloc(nullptr, 0, 8));
   std::memcpy(block, "1234567", 8);
-  EXPECT_EQ(smpl_realloc(block, 8, 8), block);
-  EXPECT_EQ(smpl_realloc(block, 8, 5), block);
+  for (const std::size_t size : {8, 5}) EXPECT_EQ(smpl_realloc(block, 8, size), block);
   block = static_cast<char *>(smpl_realloc(block, 8, 4096));
   EXPECT_STREQ(block, "1234567");
   block[4095] = 'x';
@@ -112,11 +96,19 @@ TEST_F(TextUtil, ReallocGrowsNeverShrinksAndFreesTheOldBlockEvenOnFailure) {
   EXPECT_EQ(smpl_realloc(block, 4096, 5000), nullptr);
 }
 
-TEST_F(TextUtil, TrimmingTakesOneCharacterOffBothEnds) {
+TEST_F(TextBlocks, NarrowCopiesKeepTheLow8Bits) {
+  char *text = unicodeToAscii(L"Main.ssib \u0141\u00E9\u20AC");
+  EXPECT_STREQ(text, "Main.ssib A\xE9\xAC");
+  std::free(text);
+  EXPECT_EQ(unicodeToAscii(nullptr), nullptr);
+  const heap::Watch watch(1);
+  EXPECT_EQ(unicodeToAscii(L"a"), nullptr);
+}
+
+TEST(TextUtil, TrimmingTakesOneCharacterOffBothEnds) {
   const std::tuple<const char *, std::string, int, const char *> rows[] = {
       {"both ends", "  a b  ", ' ', "a b"},
       {"nothing else", "    ", ' ', ""},
-      {"neither end", "a b", ' ', "a b"},
       {"empty", "", ' ', ""},
       {"front only", "xxa", 'x', "a"},
       {"end only", "axx", 'x', "a"},
@@ -133,18 +125,16 @@ TEST_F(TextUtil, TrimmingTakesOneCharacterOffBothEnds) {
   strtrim(nullptr, ' ');
 }
 
-TEST_F(TextUtil, SearchingSeesTheFirstBytesAloneAndAllOfThem) {
+TEST(TextUtil, SearchingSeesTheFirstBytesAloneAndAllOfThem) {
   const std::tuple<const char *, std::string, const char *, int> rows[] = {
       {"first of two", "abcabc", "bc", 1},
       {"at the very end", "xxabc", "abc", 2},
       {"ends one beyond", "xxab", "abc", -1},
-      {"longer than all", "ab", "abc", -1},
       {"empty needle", "abc", "", 0},
       {"both empty", "", "", 0},
       {"nothing to search", "", "a", -1},
       {"behind a zero", std::string("a\0bc", 4), "bc", 2},
       {"after a false start", "aaab", "aab", 1},
-      {"high bytes", "a\xFF\x80", "\xFF\x80", 1},
   };
   for (const auto &[label, haystack, needle, at] : rows) {
     const auto bytes = exactly(haystack);
@@ -154,8 +144,8 @@ TEST_F(TextUtil, SearchingSeesTheFirstBytesAloneAndAllOfThem) {
   EXPECT_EQ(strnstr("a", nullptr, 1), nullptr);
 }
 
-TEST_F(TextUtil, WideCopiesAreTerminatedOnlyWhereThereIsRoom) {
-  const std::pair<std::size_t, std::wstring> rows[] = {{0, L"xxxx"}, {3, L"abcx"}, {4, std::wstring(L"abc", 4)}};
+TEST(TextUtil, WideCopiesAreTerminatedOnlyWhereThereIsRoom) {
+  const std::pair<std::size_t, std::wstring> rows[] = {{0, L"xxxx"}, {3, L"abcx"}, {4, {L'a', L'b', L'c', L'\0'}}};
   for (const auto &[length, expected] : rows) {
     std::wstring buffer = L"xxxx";
     EXPECT_EQ(asciiToUnicode("abc", buffer.data(), length), length == 0 ? nullptr : buffer.data());
@@ -164,15 +154,6 @@ TEST_F(TextUtil, WideCopiesAreTerminatedOnlyWhereThereIsRoom) {
   wchar_t one = L'x';
   EXPECT_EQ(asciiToUnicode(nullptr, &one, 1), nullptr);
   EXPECT_EQ(asciiToUnicode("a", nullptr, 1), nullptr);
-}
-
-TEST_F(TextUtil, NarrowCopiesKeepTheLow8Bits) {
-  char *text = unicodeToAscii(L"Main.ssib \u0141\u00E9\u20AC");
-  EXPECT_STREQ(text, "Main.ssib A\xE9\xAC");
-  std::free(text);
-  EXPECT_EQ(unicodeToAscii(nullptr), nullptr);
-  const heap::Watch watch(1);
-  EXPECT_EQ(unicodeToAscii(L"a"), nullptr);
 }
 
 }  // namespace

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Many processes on one queue, and processes that are killed.
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
-#include <iostream>
+#include <csignal>
+#include <functional>
 #include <random>
 #include <set>
 #include <thread>
@@ -18,84 +17,70 @@ using Clock = std::chrono::steady_clock;
 
 class Concurrency : public ToolTest {
  protected:
-  std::ptrdiff_t temporaries() const {
-    const auto isTemporary = [](const std::filesystem::directory_entry &item) {
-      const std::string name = item.path().filename();
-      return name.front() == '.' && name != ".lock";
-    };
-    return std::count_if(std::filesystem::directory_iterator(partition()), {}, isTemporary);
+  static Process startAdd(int id) { return start("add --job-id " + std::to_string(id)); }
+  static std::vector<int> stored() {
+    std::vector<int> ids;
+    for (const std::string &id : words(column("Job_ID"))) ids.push_back(std::stoi(id));
+    return ids;
+  }
+  static void expectDistinct(const std::vector<int> &ids, std::size_t count) {
+    EXPECT_EQ(ids.size(), count);
+    EXPECT_EQ(std::set<int>(ids.begin(), ids.end()).size(), count);
   }
 };
 
-std::multiset<std::string> namesUpTo(int count) {
-  std::multiset<std::string> names;
-  for (int i = 0; i < count; ++i) names.insert("J" + std::to_string(i));
-  return names;
-}
-
-std::vector<std::string> jobIds(const Json &entries) {
-  std::vector<std::string> ids;
-  ids.reserve(entries.size());
-  for (const Json &entry : entries) ids.push_back(entry.at("Job_ID"));
-  return ids;
-}
-
 TEST_F(Concurrency, AddsStartedTogetherAllArrive) {
-  constexpr int kAdds = 200;
   std::vector<Process> adds;
-  adds.reserve(kAdds);
-  for (int i = 0; i < kAdds; ++i) adds.push_back(start("add --job-id J" + std::to_string(i)));
-  for (Process &add : adds) expectOutcome(add.wait(), 0, "", "");
-  const std::vector<std::string> ids = jobIds(list());
-  EXPECT_EQ(std::multiset<std::string>(ids.begin(), ids.end()), namesUpTo(kAdds));
+  for (int i = 0; i < 200; ++i) adds.push_back(startAdd(i));
+  for (const Process &add : adds) expectOutcome(wait(add), 0, "", "");
+  expectDistinct(stored(), 200);
 }
 
 TEST_F(Concurrency, AddsRacingTakesLoseNothingAndGiveNothingTwice) {
-  constexpr int kPairs = 60;
   std::vector<Process> adds, takes, reads;
-  for (int i = 0; i < kPairs; ++i) {
-    adds.push_back(start("add --job-id J" + std::to_string(i)));
+  for (int i = 0; i < 60; ++i) {
+    adds.push_back(startAdd(i));
     takes.push_back(start("take --json"));
-    if (i % 3 == 0) reads.push_back(start("list"));
+    if (i % 6 == 0) reads.push_back(start("list"));
   }
-  for (Process &add : adds) expectOutcome(add.wait(), 0, "", "");
-  std::multiset<std::string> seen;
-  for (Process &take : takes) {
-    const Outcome outcome = take.wait();
-    ASSERT_TRUE(outcome.exit == 0 || outcome.exit == 1) << outcome.err;
-    if (outcome.exit == 0) seen.insert(Json::parse(outcome.out).at("Job_ID").get<std::string>());
+  for (const Process &add : adds) expectOutcome(wait(add), 0, "", "");
+  for (const Process &read : reads) EXPECT_EQ(wait(read).exit, 0);
+  std::vector<int> seen;
+  for (const Process &take : takes) {
+    const Outcome outcome = wait(take);
+    EXPECT_TRUE(outcome.exit == 0 || outcome.exit == 1) << outcome.err;
+    if (outcome.exit == 0) seen.push_back(std::stoi(Json::parse(outcome.out).at("Job_ID").get<std::string>()));
   }
-  for (Process &read : reads) EXPECT_EQ(read.wait().exit, 0);
   EXPECT_FALSE(seen.empty());
-  for (const std::string &id : jobIds(list())) seen.insert(id);
-  EXPECT_EQ(seen, namesUpTo(kPairs));
+  for (const int id : stored()) seen.push_back(id);
+  expectDistinct(seen, 60);
 }
 
-TEST_F(Concurrency, AProducerKilledAtAnyMomentLosesNoJobThatWasAcknowledged) {
-  constexpr int kKills = 200;
-  const std::uint32_t seed = std::random_device{}();
+TEST_F(Concurrency, AProducerKilledAtAnyMomentLosesNoJobThatWasStored) {
+  const auto seed = std::random_device{}();
   SCOPED_TRACE("seed " + std::to_string(seed));
   std::mt19937 random(seed);
   const auto begin = Clock::now();
-  done("add --job-id J0");
-  const auto lasts = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin).count();
-  std::vector<std::string> stored = {"J0"};
-  int acknowledged = 0;
-  for (int i = 1; i <= kKills; ++i) {
-    const std::string id = "J" + std::to_string(i);
-    Process producer = start("add --job-id " + id);
-    std::this_thread::sleep_for(std::chrono::microseconds(random() % static_cast<std::uint64_t>(2 * lasts)));
-    producer.kill();
-    const bool isAcknowledged = producer.wait().exit == 0;
-    acknowledged += isAcknowledged;
-    const std::vector<std::string> found = jobIds(list());
-    if (isAcknowledged || found.size() > stored.size()) stored.push_back(id);
-    ASSERT_EQ(found, stored) << "after kill " << i;
-    ASSERT_LE(temporaries(), 1) << "after kill " << i;
+  done("add --job-id 0");
+  const auto longest = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - begin).count() * 3 / 2;
+  std::set<int> kept = {0};  // acknowledged, or seen in the queue
+  for (int i = 1; i <= 200; ++i) {
+    SCOPED_TRACE("kill " + std::to_string(i));
+    const Process producer = startAdd(i);
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % static_cast<std::uint64_t>(longest)));
+    kill(producer.id, SIGKILL);
+    const int exit = wait(producer).exit;
+    ASSERT_TRUE(exit == 0 || exit == -SIGKILL) << exit;  // a damaged queue would be refused
+    ASSERT_LE(temporaries(), 1);
+    if (exit == 0) kept.insert(i);
+    if (i % 20 != 0) continue;
+    const std::vector<int> found = stored();
+    ASSERT_TRUE(std::adjacent_find(found.begin(), found.end(), std::greater_equal<>()) == found.end());
+    ASSERT_TRUE(std::includes(found.begin(), found.end(), kept.begin(), kept.end()));
+    kept.insert(found.begin(), found.end());
   }
-  done("add --job-id last");
+  done("add --job-id 201");
   EXPECT_EQ(temporaries(), 0);
-  std::cout << stored.size() - 1 << " of " << kKills << " stored, " << acknowledged << " acknowledged\n";
 }
 
 }  // namespace
