@@ -159,7 +159,7 @@ TEST_F(Delete, LooksAtTheFieldsOfItsFormUpToTheBytesThatCount) {
   Job full;
   full.Timeout = 1;
   for (const ssib::StringField &field : ssib::kStrings) full.text(field.member, "t");
-  for (const std::uint8_t mode : {SSIB_MODE_DEFAULT, SSIB_MODE_BIOS_SMA}) {
+  for (const std::uint8_t mode : std::initializer_list<std::uint8_t>{SSIB_MODE_DEFAULT, SSIB_MODE_BIOS_SMA}) {
     for (std::size_t i = 0; i < std::size(strings); ++i) {
       SCOPED_TRACE(::testing::Message() << "mode " << int{mode} << ", string " << i);
       const auto &[counted, form] = strings[i];
