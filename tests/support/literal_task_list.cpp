@@ -20,6 +20,7 @@ namespace {
 
 constexpr std::size_t kNone = std::string::npos;
 const std::string kAttribute = "Calderwick.Embedded.1#CWAttributes.1#PackageCacheUpdateFlag";
+const std::string kAttributeSet = "set " + kAttribute + " 6 0\nAble to Set the attr " + kAttribute + "\n";
 
 // Where the bracket at `open` is balanced.
 std::size_t balanced(const std::string &text, std::size_t open, char up, char down) {
@@ -48,9 +49,7 @@ LiteralJob readJob(const std::string &text, std::size_t open, std::size_t close,
   for (std::size_t row = 0; row < kTaskKeys.size(); ++row) {
     job[row] = valueOf(text, open, close, kTaskKeys[row].key);
     if (job[row]) events.append(kTaskKeys[row].label).append(": ").append(*job[row]).append("\n");
-    if (row == 0 && job[0] && job[0]->starts_with("UPDATE")) {
-      events += "set " + kAttribute + " 6 0\nAble to Set the attr " + kAttribute + "\n";
-    }
+    if (row == 0 && job[0] && job[0]->starts_with("UPDATE")) events += kAttributeSet;
   }
   return job;
 }
