@@ -88,7 +88,7 @@ class TextBlocks : public LibraryTest {};
 TEST_F(TextBlocks, ReallocGrowsNeverShrinksAndFreesTheOldBlockEvenOnFailure) {
   auto *block = static_cast<char *>(smpl_realloc(nullptr, 0, 8));
   std::memcpy(block, "1234567", 8);
-  for (const std::size_t size : {8, 5}) EXPECT_EQ(smpl_realloc(block, 8, size), block);
+  for (const std::size_t size : {std::size_t{8}, std::size_t{5}}) EXPECT_EQ(smpl_realloc(block, 8, size), block);
   block = static_cast<char *>(smpl_realloc(block, 8, 4096));
   EXPECT_STREQ(block, "1234567");
   block[4095] = 'x';

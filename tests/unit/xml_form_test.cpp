@@ -138,9 +138,9 @@ TEST_F(XmlForm, ACopyHasTheSameContentsAndItsOwnLinks) {
   EXPECT_EQ(transcript(), repeated(4, "dupeNode|About to dupe the XML Node\n"));
   EXPECT_EQ(textOf(copy), "<a x=\"1\" y=\"2\">t<b/><c/></a><d/>");
   EXPECT_EQ(copy->name->flags, 7U);
-  EXPECT_EQ(copy->parent, &parent);
-  EXPECT_EQ(copy->nextSibling->parent, &parent);
-  EXPECT_EQ(copy->firstChild->nextSibling->parent, copy);
+  EXPECT_TRUE(copy->parent == &parent);
+  EXPECT_TRUE(copy->nextSibling->parent == &parent);
+  EXPECT_TRUE(copy->firstChild->nextSibling->parent == copy);
   EXPECT_EQ(copy->attributes->next->prev, nullptr);
   EXPECT_EQ(copy->nextSibling->prevSibling, nullptr);
   EXPECT_EQ(copy->firstChild->nextSibling->prevSibling, nullptr);

@@ -165,8 +165,8 @@ TEST(XmlService, WritesATagALineAndNoLineEndIntoText) {
 }
 
 TEST(XmlService, RefusesToWriteWhatXmlCannotHold) {
-  std::vector<std::pair<string, string>> many;
-  for (int i = 0; i < 200; ++i) many.emplace_back("a" + std::to_string(i), "");
+  std::vector<std::pair<string, string>> many(200);
+  for (std::size_t i = 0; i < many.size(); ++i) many[i].first = "a" + std::to_string(i);
   string document;
   EXPECT_EQ(serialize(Tree(element("a", nullptr, many)), document), EFI_SUCCESS);
   many.emplace_back("a7", "");
@@ -267,7 +267,7 @@ using XmlTextElsewhere = PlatformTest;
 // only.
 TEST_F(XmlTextElsewhere, IsReadAlikeByAnotherParser) {
   if (std::system("command -v xmllint >/dev/null") != 0) GTEST_SKIP() << "no xmllint";
-  const string in = base / "in.xml", out = base / "out.xml";
+  const string in = base / "in.xml", out = base / "out.xml", reformat = "xmllint --format " + in + " >" + out;
   for (const bool highBytes : {false, true}) {
     SCOPED_TRACE(highBytes ? "single bytes" : "UTF-8");
     std::vector<XML_NODE *> leaves;
@@ -280,7 +280,7 @@ TEST_F(XmlTextElsewhere, IsReadAlikeByAnotherParser) {
     string document;
     ASSERT_EQ(serialize(tree, document), EFI_SUCCESS);
     fill(in, document);
-    ASSERT_EQ(std::system(("xmllint --format " + in + " >" + out).c_str()), 0);
+    ASSERT_EQ(std::system(reformat.c_str()), 0);
     Tree back;
     ASSERT_EQ(parse(contentsOf(out), back), EFI_SUCCESS);
     EXPECT_TRUE(told(back.get()) == told(tree.get()));

@@ -44,11 +44,12 @@ TEST_F(Change, TheLastEntryOfATaskListStaysAndSaysHowToDeleteIt) {
 
 TEST_F(Change, AnOutputThatFailsIsRefusedAndTakesNothing) {
   fill("Main.ssib", {"A", "B"});
-  for (const char *output : {"exec >/dev/full", "exec >&-"})
+  for (const char *output : {"exec >/dev/full", "exec >&-"}) {
     for (const char *line : {"take", "list", "peek --json"}) {
       SCOPED_TRACE(output);
       expectRefused(ssibAfter(output, line), 3, "cannot write to standard output: ");
     }
+  }
   const string brokenPipe = "p=$VARSK_ROOT/pipe; mkfifo $p; exec 3<>$p >$p 3<&-";
   expectRefused(ssibAfter(brokenPipe, "take"), 3, "cannot write to standard output: ");
   EXPECT_EQ(column("Job_ID"), "A B");

@@ -31,6 +31,7 @@ class Concurrency : public ToolTest {
 
 TEST_F(Concurrency, AddsStartedTogetherAllArrive) {
   std::vector<Process> adds;
+  adds.reserve(200);
   for (int i = 0; i < 200; ++i) adds.push_back(startAdd(i));
   for (const Process &add : adds) expectOutcome(wait(add), 0, "", "");
   expectDistinct(stored(), 200);

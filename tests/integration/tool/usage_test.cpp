@@ -95,10 +95,11 @@ TEST_F(Usage, TheMessageNamesOperationFileAndStatus) {
 TEST_F(Usage, ADamagedFileIsRefusedByEveryCommand) {
   write("cut.ssib", "<SSIB_INFO><SSIB_BLOCK Version=\"1\"");
   write("text.json", "no list at all");
-  for (const string name : {"cut.ssib", "text.json"})
+  for (const string name : {"cut.ssib", "text.json"}) {
     for (const char *line :
          {"list", "show 1", "take", "add --job-id x", "remove 1", "replace 1 --job-id x", "merge --delete"})
       expectAllRefused(3, {{line, "ssib: cannot open " + name + ": ", {"-q", name}}});
+  }
 }
 
 TEST_F(Usage, WithoutTheLockNothingIsChanged) {
@@ -138,10 +139,12 @@ TEST_F(Usage, WhatAFormWouldNotGiveBackIsRefused) {
   };
   for (const string &queue : kQueues) fill(queue, {"A"});
   std::vector<Refused> commands;
-  for (const auto &row : rows)
-    for (const string &value : row.values)
+  for (const auto &row : rows) {
+    for (const string &value : row.values) {
       commands.push_back(
           {commands.size() % 2 == 0 ? "add" : "replace 1", row.reason, {"-q", row.queue, row.option, value}});
+    }
+  }
   expectAllRefused(2, commands);
 }
 
