@@ -11,8 +11,8 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "exports.h"
 #include "paths.h"
+#include "PlatformServices.h"
 #include "replacement.h"
 
 namespace vyx::platform {
@@ -99,9 +99,14 @@ bool setAttribute(const char *name, int kind, int value) {
 }
 
 }  // namespace
+}  // namespace vyx::platform
+
+using namespace vyx::platform;
+
+extern "C" {
 
 // -1 when the attribute could not be set; a file that cannot be read or understood is left as it is.
-VYX_PLATFORM_EXPORT int CfgSetAttributeInt(const char *name, int kind, int value) {
+int CfgSetAttributeInt(const char *name, int kind, int value) {
   if (name == nullptr || *name == '\0') return -1;
   try {
     return setAttribute(name, kind, value) ? 0 : -1;
@@ -110,4 +115,4 @@ VYX_PLATFORM_EXPORT int CfgSetAttributeInt(const char *name, int kind, int value
   }
 }
 
-}  // namespace vyx::platform
+}  // extern "C"

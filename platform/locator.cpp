@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "debug_log.h"
-#include "exports.h"
+#include "PlatformServices.h"
 #include "xml_service.h"
 
 namespace vyx::platform {
@@ -33,9 +33,14 @@ EFI_STATUS findInstance(const EFI_GUID &guid, void **instance) {
 }
 
 }  // namespace
+}  // namespace vyx::platform
+
+using namespace vyx::platform;
+
+extern "C" {
 
 // EFI_INVALID_PARAMETER for a null argument, EFI_OUT_OF_RESOURCES without memory. There is at most one instance.
-VYX_PLATFORM_EXPORT EFI_STATUS getProtocolInstanceByGuid(const EFI_GUID *guid, uint32_t *count, void ***instances) {
+EFI_STATUS getProtocolInstanceByGuid(const EFI_GUID *guid, uint32_t *count, void ***instances) {
   if (guid == nullptr || count == nullptr || instances == nullptr) return EFI_INVALID_PARAMETER;
   *count = 0;
   *instances = nullptr;
@@ -50,4 +55,4 @@ VYX_PLATFORM_EXPORT EFI_STATUS getProtocolInstanceByGuid(const EFI_GUID *guid, u
   return EFI_SUCCESS;
 }
 
-}  // namespace vyx::platform
+}  // extern "C"

@@ -13,8 +13,8 @@
 #include <new>
 #include <utility>
 
-#include "exports.h"
 #include "paths.h"
+#include "PlatformServices.h"
 #include "replacement.h"
 
 namespace vyx::platform {
@@ -91,10 +91,14 @@ EFI_STATUS openToWrite(const Path &directory, const Path &path, std::FILE **stre
 }
 
 }  // namespace
+}  // namespace vyx::platform
+
+using namespace vyx::platform;
+
+extern "C" {
 
 // A mode other than "r" and "w" and a null argument are refused with EFI_INVALID_PARAMETER.
-VYX_PLATFORM_EXPORT EFI_STATUS varsk_fopen_1(const wchar_t *partition, const wchar_t *fileName, const char *mode,
-                                             FILE **stream) {
+EFI_STATUS varsk_fopen_1(const wchar_t *partition, const wchar_t *fileName, const char *mode, FILE **stream) {
   if (stream == nullptr) return EFI_INVALID_PARAMETER;
   *stream = nullptr;
   if (partition == nullptr || fileName == nullptr || mode == nullptr) return EFI_INVALID_PARAMETER;
@@ -107,7 +111,7 @@ VYX_PLATFORM_EXPORT EFI_STATUS varsk_fopen_1(const wchar_t *partition, const wch
 // The stream is closed whatever is returned. What was written counts only when nothing failed, on the stream
 // neither, and the mode is that of the open; otherwise the old file stays. The partition is not looked at:
 // the stream knows its own.
-VYX_PLATFORM_EXPORT EFI_STATUS varsk_fclose_1(const wchar_t *, FILE *stream, const char *mode) {
+EFI_STATUS varsk_fclose_1(const wchar_t *, FILE *stream, const char *mode) {
   if (stream == nullptr) return EFI_INVALID_PARAMETER;
   const auto written = takeWriteStream(stream);
   const bool intact = std::fflush(stream) == 0 && std::ferror(stream) == 0;
@@ -117,7 +121,7 @@ VYX_PLATFORM_EXPORT EFI_STATUS varsk_fclose_1(const wchar_t *, FILE *stream, con
   return intact && closed ? written->replacement.commit() : EFI_DEVICE_ERROR;
 }
 
-VYX_PLATFORM_EXPORT EFI_STATUS varsk_fdelete_1(const wchar_t *partition, const wchar_t *fileName) {
+EFI_STATUS varsk_fdelete_1(const wchar_t *partition, const wchar_t *fileName) {
   if (partition == nullptr || fileName == nullptr) return EFI_INVALID_PARAMETER;
   Path directory, path;
   if (const EFI_STATUS status = queuePath(partition, fileName, directory, path); status != EFI_SUCCESS) return status;
@@ -127,10 +131,10 @@ VYX_PLATFORM_EXPORT EFI_STATUS varsk_fdelete_1(const wchar_t *partition, const w
 }
 
 // A file of more than 4 GiB - 1 has that size; what is no stream has 0.
-VYX_PLATFORM_EXPORT uint32_t getSize(FILE *stream) {
+uint32_t getSize(FILE *stream) {
   struct stat info {};
   if (stream == nullptr || fstat(fileno(stream), &info) != 0) return 0;
   return info.st_size < INT64_C(0xFFFFFFFF) ? static_cast<std::uint32_t>(info.st_size) : UINT32_MAX;
 }
 
-}  // namespace vyx::platform
+}  // extern "C"

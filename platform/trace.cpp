@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "exports.h"
 #include "format.h"
+#include "PlatformServices.h"
 
 namespace vyx::platform {
 namespace {
@@ -19,10 +19,15 @@ bool isWanted(int level) {
 }
 
 }  // namespace
+}  // namespace vyx::platform
+
+using namespace vyx::platform;
+
+extern "C" {
 
 // Returns the number of bytes written: 0 for what is not wanted. Understands what appendFormat
 // does; ignores the verbosity.
-VYX_PLATFORM_EXPORT int quorprintf(int level, int, const char *format, ...) {
+int quorprintf(int level, int, const char *format, ...) {
   if (format == nullptr || !isWanted(level)) return 0;
   GrowingArray<char> line;
   va_list values;
@@ -32,4 +37,4 @@ VYX_PLATFORM_EXPORT int quorprintf(int level, int, const char *format, ...) {
   return done ? static_cast<int>(std::fwrite(line.data(), 1, line.size(), stderr)) : 0;
 }
 
-}  // namespace vyx::platform
+}  // extern "C"

@@ -22,8 +22,8 @@ inline constexpr wchar_t kMainTaskList[] = L"BIOS_task_list.json";
 inline constexpr char kForReading[] = "r";
 inline constexpr char kForWriting[] = "w";
 
-// An open file of a partition; closed with the scope, unless close did it. `line` is the call's
-// line in its source file.
+// An open file of a partition; closed with the scope, unless close did it. `line` is the call's line in its source file; a
+// file that its scope closes is traced under the line that opened it.
 class PartitionFile {
  public:
   PartitionFile(const char *source, const wchar_t *partition, const wchar_t *name, const char *mode,
