@@ -290,7 +290,8 @@ EFI_STATUS iDeleteSSIB(SSIB2_PRIVATE_DATA *SSIB2, const wchar_t *fileName);
  *
  * Reads and writes flash: the sub-queue's file is emptied first (an XML file; a task list keeps its entries) and
  * deleted when that is asked for, then the main file is written. When that last write fails, the moved
- * entries are in neither file, unless their task list was left in place.
+ * entries are in neither file, unless their task list was left in place. A file that iOpenSSIB cannot read and
+ * opens as an empty queue loses its entries here, the sub-queue's as well as the main queue's.
  *
  * Setting the handles up refreshes vyxSsibDebug, as Protocol2Constructor does; reading task lists with "UPDATE" jobs sets a
  * configuration attribute, as said at iParseFromJSON.

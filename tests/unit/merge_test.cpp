@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Folding a sub-queue into its main queue: what the files hold afterwards, and after each thing that can go wrong.
 #include <algorithm>
+#include <set>
 
 #include "support/library_test.h"
 #include "support/literal_task_list.h"
@@ -24,6 +25,12 @@ struct Form {
     for (const std::string &name : names) tasks.push_back({"OTHER", name, "fqdd"});
     return isTaskList ? literallyWrite(tasks, "").bytes : documentOf(names);
   }
+
+  std::string jobsIn(const std::string &contents) const {
+    for (const char *jobs : {"-", "", "AB", "XY", "XYAB"})
+      if (contents == file(jobs)) return jobs;
+    return "a text missing";
+  }
 };
 constexpr Form kXml = {"XML", L"Main.ssib", L"sub.ssib", false};
 constexpr Form kTaskList = {"task list", L"BIOS_task_list.json", L"sub.json", true};
@@ -39,6 +46,11 @@ class Merge : public LibraryTest {
     EXPECT_EQ(host().file(form.main), form.file(main));
     EXPECT_EQ(host().file(form.sub), form.file(sub));
   }
+
+  struct Outcomes {
+    std::set<std::string> all, losses;
+  };
+  bool fails(const Form &form, std::uint32_t deletes, const Answer *answer, std::size_t nth, Outcomes &seen);
 };
 
 TEST_F(Merge, PutsTheEntriesBehindThoseOfTheMainQueue) {
@@ -120,18 +132,64 @@ TEST_F(Merge, WithoutAServiceForEitherHandleSaysWhich) {
   expectFiles(kXml, "XY", "AB");
 }
 
-TEST_F(Merge, OutOfMemoryLosesJobsOnlyWhenTheMainQueueCannotBeWritten) {
-  for (std::size_t nth = 1;; ++nth) {
-    SCOPED_TRACE(nth);
-    give(kXml, "XY", "AB");
-    const std::size_t blocks = heap::live();
-    const heap::Watch watch(nth);
-    const EFI_STATUS status = iMergeToMain(&handle, L"sub.ssib", 0);
-    EXPECT_EQ(heap::live(), blocks);
-    if (!watch.failed()) break;
-    const bool wroteSub = host().countCalls("open VAR025/sub.ssib w") != 0;
-    const bool wroteMain = host().countCalls("open VAR025/Main.ssib w") != 0;
-    expectFiles(kXml, wroteMain ? "XYAB" : "XY", wroteSub && status == EFI_SUCCESS ? "" : "AB");
+// Merges with the nth allocation, the nth platform call or, without an nth, all writing failing. False when it did not
+// come to an nth. Adds the status's low byte and what the files then hold to the outcomes, and what failed to the losses
+// when a job is in neither file.
+bool Merge::fails(const Form &form, std::uint32_t deletes, const Answer *answer, std::size_t nth, Outcomes &seen) {
+  give(form, "XY", "AB");
+  if (answer != nullptr) host().failCall("", nth, *answer);
+  host().failWrites = nth == 0;
+  const std::size_t blocks = heap::live();
+  const heap::Watch watch(answer == nullptr ? nth : 0);
+  const EFI_STATUS status = iMergeToMain(&handle, form.sub, deletes);
+  EXPECT_EQ(heap::live(), blocks);
+  EXPECT_EQ(host().openStreams, 0U);
+  if (answer == nullptr ? nth != 0 && !watch.failed() : host().calls.size() < nth) return false;
+  const std::string main = form.jobsIn(host().file(form.main)), sub = form.jobsIn(host().file(form.sub));
+  seen.all.insert(std::to_string(status & 0xFF) + ": " + main + ", " + sub);
+  if (main == "XYAB" || (main == "XY" && sub == "AB")) return nth != 0;
+  seen.losses.insert(answer != nullptr ? host().calls[nth - 1] : nth == 0 ? "write" : "allocation");
+  return nth != 0;
+}
+
+TEST_F(Merge, LosesJobsOnlyWhenAFileReadsAsEmptyOrTheMainFileCannotBeWritten) {
+  const Answer device = {EFI_DEVICE_ERROR, false}, access = {EFI_ACCESS_DENIED, false};
+  const struct {
+    const Form &form;
+    std::uint32_t deletes;
+    Outcomes expected;
+  } rows[] = {
+      {kXml,
+       0,
+       {{"0: AB, ", "0: XY, ", "0: XY, AB", "0: XYAB, ", "0: XYAB, AB", "14: XY, AB", "15: XY, AB", "7: XY, AB",
+         "9: XY, AB"},
+        {"CreateNode SSIB_INFO", "SerializeTree", "allocation", "close VAR025 w", "open VAR025/Main.ssib r",
+         "open VAR025/Main.ssib w", "open VAR025/sub.ssib r"}}},
+      {kXml,
+       1,
+       {{"0: AB, -", "0: XY, -", "0: XYAB, ", "0: XYAB, -", "14: XY, AB", "15: XY, AB", "7: XY, AB", "9: XY, AB"},
+        {"CreateNode SSIB_INFO", "SerializeTree", "allocation", "close VAR025 w", "open VAR025/Main.ssib r",
+         "open VAR025/Main.ssib w", "open VAR025/sub.ssib r", "write"}}},
+      {kTaskList,
+       0,
+       {{"0: AB, AB", "0: XY, AB", "0: XYAB, AB", "0: a text missing, AB", "14: XY, AB", "15: XY, AB", "21: XY, AB",
+         "9: XY, AB"},
+        {"allocation", "open VAR025/BIOS_task_list.json r"}}},
+      {kTaskList,
+       1,
+       {{"0: AB, -", "0: XY, -", "0: XYAB, -", "0: XYAB, AB", "0: a text missing, -", "14: XY, AB", "15: XY, AB",
+         "21: XY, AB", "9: XY, AB"},
+        {"allocation", "close VAR025 w", "open VAR025/BIOS_task_list.json r", "open VAR025/BIOS_task_list.json w",
+         "open VAR025/sub.json r", "write"}}},
+  };
+  for (const auto &row : rows) {
+    SCOPED_TRACE(std::string(row.form.label) + (row.deletes != 0 ? ", deleting" : ""));
+    Outcomes seen;
+    fails(row.form, row.deletes, nullptr, 0, seen);
+    for (const Answer *answer : {static_cast<const Answer *>(nullptr), &device, &access})
+      for (std::size_t nth = 1; fails(row.form, row.deletes, answer, nth, seen);) ++nth;
+    EXPECT_EQ(seen.all, row.expected.all);
+    EXPECT_EQ(seen.losses, row.expected.losses);
   }
 }
 
