@@ -2,6 +2,7 @@
 // Random sequences of calls on three handles and four files, each made on the library and on the model of it. A sequence
 // that tells the two apart is cut down to the calls that matter and printed. MODEL_SEQUENCES sets how many are run,
 // MODEL_SEED the first one's seed.
+#include <algorithm>
 #include <cstdlib>
 
 #include "ssib_if2_backend/entry.h"
@@ -25,6 +26,7 @@ struct World {
   World() {
     resetPlatform();
     for (SSIB2_PRIVATE_DATA &handle : handles) Protocol2Constructor(&handle);
+    blocks = heap::live();
   }
   ~World() {
     for (SSIB2_PRIVATE_DATA &handle : handles) {
@@ -37,7 +39,17 @@ struct World {
   SSIB2_PRIVATE_DATA handles[kHandles] = {};
   ModelHandle modelHandles[kHandles];
   Model model;
+  std::size_t blocks;  // on the heap while no handle holds any
 };
+
+std::size_t blocksOf(const ModelHandle &queue) {
+  std::size_t blocks = queue.name ? 1 : 0;
+  for (const ModelJob &job : queue.jobs) {
+    const auto texts = std::ranges::count_if(job.texts, [](const auto &text) { return text.has_value(); });
+    blocks += 1 + static_cast<std::size_t>(texts) + job.node.size() * 5;  // a node, two strings and their texts
+  }
+  return blocks;
+}
 
 std::string describe(const ModelJob &job) {
   return textOf(ModelRecord(job).entry) + " mask=" + std::to_string(job.fieldMask) +
@@ -62,7 +74,9 @@ std::string difference(const SSIB2_PRIVATE_DATA &handle, const ModelHandle &expe
 }
 
 std::string difference(const World &world) {
+  std::size_t blocks = world.blocks;
   for (std::size_t i = 0; i < kHandles; ++i) {
+    blocks += blocksOf(world.modelHandles[i]);
     const std::string found = difference(world.handles[i], world.modelHandles[i]);
     if (!found.empty()) return "handle " + std::to_string(i) + ": " + found;
   }
@@ -71,6 +85,8 @@ std::string difference(const World &world) {
   if (files != platform().files) return "files";
   std::erase(platform().calls, "DeleteTree");
   if (platform().calls != world.model.calls) return "calls of the platform";
+  if (heap::live() != blocks)
+    return std::to_string(heap::live()) + " live allocations instead of " + std::to_string(blocks);
   return platform().openStreams == 0 ? "" : "an open stream";
 }
 
