@@ -85,7 +85,7 @@ EFI_STATUS getProtocolInstanceByGuid(const EFI_GUID *guid, uint32_t *count, void
  * @param fileName   the file's name inside the partition
  * @param mode       "r" to read an existing file, "w" to replace its contents
  * @param stream     receives the stream, which varsk_fclose_1 closes; null when the file was not opened
- * @return EFI_SUCCESS with a stream. Without one: EFI_ACCESS_DENIED when the file may not be touched, which the library
+ * @return EFI_SUCCESS with a stream. Without one: EFI_ACCESS_DENIED when the file may not be touched, which iOpenSSIB
  *         passes on; any other value is taken as "no such file" when reading and as a failure when writing
  */
 EFI_STATUS varsk_fopen_1(const wchar_t *partition, const wchar_t *fileName, const char *mode, FILE **stream);

@@ -219,7 +219,10 @@ EFI_STATUS FindAProtocol(const EFI_GUID *guid, void **instance);
  * @return another failure        the XML service's status: the document is not well-formed, or an empty one
  *                                could not be made
  *
- * After a failure openCount is unchanged and the list of an earlier failed open is gone; mode is that of the name, and
+ * A list that the handle holds while no queue is open (entries added or parsed too early, or left by a refused close) is
+ * released by an open, whether that succeeds or fails, unless it fails for want of an XML service.
+ *
+ * After a failure openCount is unchanged and the list empty; mode is that of the name, and
  * ssibFileName is null except after EFI_ABORTED. One failure is different: when iParseFromJSON fails,
  * for whatever reason, the task list counts as open, with an empty list and openCount 1, and wants a close. Its file keeps
  * its bytes as long as nothing is added, because the writer refuses an empty list. openCount tells the cases apart.
@@ -300,7 +303,7 @@ EFI_STATUS iDeleteSSIB(SSIB2_PRIVATE_DATA *SSIB2, const wchar_t *fileName);
  * @param subQueueName    the sub-queue's file
  * @param deleteSubQueue  not 0: delete that file
  * @return EFI_SUCCESS            both queues were opened; how closing and deleting went is not told
- * @return EFI_INVALID_PARAMETER  one of the first two arguments is null
+ * @return EFI_INVALID_PARAMETER  one of the first two arguments is null; or a task list does not parse
  * @return EFI_NOT_FOUND          the sub-queue's file cannot be opened, or there is no XML service; files untouched
  * @return another failure        that of iOpenSSIB for either queue. The main file is untouched, the sub-queue's
  *                                file at most written again with its own entries
@@ -396,7 +399,8 @@ uint32_t SSIBEntryCmp(SSIB2_PRIVATE_DATA *SSIB2, const SSIB_ENTRY *e1, const SSI
  * fieldMask stay: the mask still decides which optional fields reach the file. Nothing is written to flash. Costs one walk,
  * and in an XML queue two serialised Nodes for each entry that differs in nothing else.
  *
- * A handle without an XML service cannot release the old Node of the element: it stays allocated.
+ * A handle without an XML service cannot release the old Node of the element, nor a copy of the new one that failed
+ * half-way: they stay allocated.
  *
  * @param oldEntry  the key
  * @param newEntry  the new contents; may be the same record as oldEntry, but neither may be the list's own
@@ -445,9 +449,9 @@ EFI_STATUS iFlushToJSON(SSIB2_PRIVATE_DATA *SSIB2);
  * @param text   NUL-terminated
  * @return EFI_SUCCESS
  * @return EFI_INVALID_PARAMETER  an argument is null, or there is no balanced "[" ... "]": list and cursor as before.
- * Or an object is not closed inside the list: the jobs before it stay appended
- * @return EFI_OUT_OF_RESOURCES   an element could not be allocated; the jobs before it stay appended. A string that
- * could not be allocated is null, without any other sign
+ * Or an object is not closed inside the list: the jobs before it stay appended, the cursor is on the first element
+ * @return EFI_OUT_OF_RESOURCES   an element could not be allocated; the jobs before it stay appended, the cursor is on
+ * the first element. A string that could not be allocated is null, without any other sign
  */
 EFI_STATUS iParseFromJSON(SSIB2_PRIVATE_DATA *SSIB2, const char *text);
 

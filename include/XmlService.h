@@ -81,7 +81,8 @@ struct XML_SERVICE_PROTOCOL {
 
   /**
    * Releases an element with its strings, its attributes and what is below it. Given the first element of a chain, it
-   * must release the siblings that follow too: the library passes roots, unattached blocks and whole copied chains.
+   * must release the siblings that follow too: the library passes roots, unattached blocks and whole copied chains. A
+   * tree that was built or copied without enough memory has null pointers, also for a name.
    */
   EFI_STATUS (*DeleteTree)(XML_SERVICE_PROTOCOL *service, XML_NODE *node);
 };

@@ -47,7 +47,7 @@ constexpr OpenLines kTaskListLines = {
     L"iOpenJSON - Reading file.",
 };
 
-// What an earlier failed open, or a refused close, left in the handle.
+// What the caller, or a refused close, left in the handle.
 void dropOldTree(SSIB2_PRIVATE_DATA &handle) {
   if (handle.xmlRoot == nullptr) return;
   log(L"iOpenSSIB-xmlRoot is not NULL. Freeing xmlRoot");

@@ -19,10 +19,11 @@ std::string_view storedCommand(std::string_view command) {
 }
 
 EFI_STATUS addCommand(XML_SERVICE_PROTOCOL *service, XML_NODE *block, const char *command) {
-  block->firstChild = newNode(service, kCommandElement);
-  if (block->firstChild == nullptr) return EFI_OUT_OF_RESOURCES;
-  block->firstChild->parent = block;
-  return setValue(block->firstChild, storedCommand(command)) ? EFI_SUCCESS : EFI_OUT_OF_RESOURCES;
+  XmlTree node(service, newNode(service, kCommandElement));
+  if (node.get() == nullptr || !setValue(node.get(), storedCommand(command))) return EFI_OUT_OF_RESOURCES;
+  node.get()->parent = block;
+  block->firstChild = node.release();
+  return EFI_SUCCESS;
 }
 
 EFI_STATUS addExtraContent(XML_SERVICE_PROTOCOL *service, XML_NODE *block, const XML_NODE *content) {

@@ -42,6 +42,8 @@ TEST_F(Flush, TakesExactlyTheseStepsAndAFailureLeavesFileAndList) {
       {"no root, no failure", fault("Create", 1, EFI_SUCCESS), SSIB_STATUS_NO_DOCUMENT, kBuilding + kNoTree},
       {"block not created, the root takes three allocations", fault("allocation", 4), SSIB_STATUS_NO_DOCUMENT,
        kBuilding + "DeleteTree\n" + kNoTree},
+      {"no memory for the command's text", fault("allocation", 11), SSIB_STATUS_NO_DOCUMENT,
+       kBuilding + "DeleteTree\nDeleteTree\nDeleteTree\n" + kNoTree},
       {"not serialised", fault("Serialize"), SSIB_STATUS_NO_DOCUMENT,
        kSerialized + "-2147483641.\n|iFlushSSIBQueue  creating xml from node failed. Returning.\nDeleteTree\n"},
       {"no image, no failure", fault("Serialize", 1, EFI_SUCCESS), SSIB_STATUS_NO_FILE, kNoText},
