@@ -5,13 +5,33 @@
 #include "lock.h"
 #include "output.h"
 #include "stop.h"
+#include "text.h"
 
 namespace ssib {
 namespace {
 
 // Asking for a second deletion tells whether the first one took place.
-void requireGone(const QueueName &name) {
-  if (iDeleteSSIB(&gSSSIB2pvt, name.wide()) != EFI_NOT_FOUND) refuse("delete " + name.shown(), EFI_DEVICE_ERROR);
+bool isGone(const QueueName &name) {
+  return iDeleteSSIB(&gSSSIB2pvt, name.wide()) == EFI_NOT_FOUND;
+}
+
+// After the entries have arrived, the sub-queue is to be gone, or empty; a task list that is not deleted keeps them.
+void requireMoved(const Request &request) {
+  const QueueName &name = request.queue;
+  const bool isMoved =
+      request.deleteFile ? isGone(name) : name.form() == Form::TaskList || storedElements(name).empty();
+  if (isMoved) return;
+  throw Stop(Exit::Refused, std::string("cannot ") + (request.deleteFile ? "delete " : "empty ") + name.shown() + ": " +
+                                statusName(EFI_DEVICE_ERROR) + "; its entries are in " + name.mainQueue().shown() +
+                                " as well");
+}
+
+std::string mergeReport(const Request &request, std::size_t entries) {
+  const std::string &name = request.queue.shown();
+  const bool isCopy = request.queue.form() == Form::TaskList && !request.deleteFile;
+  return (isCopy ? "copied " : "moved ") + counted(entries) + " from " + name + " to " +
+         request.queue.mainQueue().shown() + (isCopy ? "; " + name + " keeps them, 'ssib delete' deletes it" : "") +
+         "\n";
 }
 
 // The merge empties the sub-queue before it writes the main queue: after a failure the entries live
@@ -42,21 +62,13 @@ void mergeFiles(const Request &request, SSIB2_PRIVATE_DATA &queue) {
 
 void mergeQueue(const Request &request) {
   const QueueName &name = request.queue;
-  const QueueName main = name.mainQueue();
-  if (name == main)
+  if (name == name.mainQueue())
     throw Stop(Exit::Usage, name.shown() + " is the main queue; --queue names the queue to fold into it");
   const ChangeLock lock;
   SSIB2_PRIVATE_DATA &queue = openAside(name);
   mergeFiles(request, queue);
-  const bool keepsEntries = name.form() == Form::TaskList && !request.deleteFile;
-  if (request.deleteFile) {
-    requireGone(name);
-  } else if (!keepsEntries && !storedElements(name).empty()) {
-    refuse("empty " + name.shown(), EFI_DEVICE_ERROR);
-  }
-  const std::size_t moved = elementsOf(queue).size();
-  print("moved " + std::to_string(moved) + (moved == 1 ? " entry" : " entries") + " from " + name.shown() + " to " +
-        main.shown() + (keepsEntries ? "; " + name.shown() + " keeps its entries" : "") + "\n");
+  requireMoved(request);
+  print(mergeReport(request, elementsOf(queue).size()));
 }
 
 void deleteQueue(const Request &request) {
@@ -68,7 +80,7 @@ void deleteQueue(const Request &request) {
     throw Stop(Exit::NothingThere, "there is no " + name.shown());
   }
   require(status, "delete " + name.shown());
-  requireGone(name);
+  if (!isGone(name)) refuse("delete " + name.shown(), EFI_DEVICE_ERROR);
 }
 
 }  // namespace ssib

@@ -9,6 +9,7 @@
 #include <span>
 
 #include "commands.h"
+#include "output.h"
 #include "stop.h"
 #include "text.h"
 
@@ -29,40 +30,56 @@ constexpr Command kCommands[] = {
     {"add", kFields | kLocation, addEntry, "Add one entry",
      "An option that is not given leaves its field out; a command line that is not given is stored empty.\n"
      "Priorities (--at) decide the place in the queue once: they are not stored, and what is in the file already\n"
-     "stands between hi and lo.\n"
+     "stands between hi and lo. So both hi places are the front of the queue here, and both lo places its end.\n"
      "An entry of a task list is found again, to be taken or removed, only when it has all of --display-name,\n"
      "--job-type, --fqdd, --resource-uri, --resource-type and --resource-namespace.\n"
      "Refused are: a number out of range, a field that the queue's form does not store, and a value that the file\n"
      "would not give back: in an XML queue control characters other than tab, line feed and carriage return; in a\n"
      "task list control characters, any of \" \\ { } [ ], an empty value, more than 4095 bytes, the name of a key."},
     {"list", kJson, listEntries, "Show the entries in order",
-     "Changes nothing. An empty or missing queue is exit status 0."},
-    {"show", kNumber | kJson, showEntry, "Show one entry with all its fields", "Changes nothing."},
-    {"peek", kJson, showEntry, "Show the first entry", "Changes nothing."},
+     "Changes no queue. An empty or missing one is exit status 0. \"-\" stands for a field that the entry does not\n"
+     "have, \"\" for a text without characters."},
+    {"show", kNumber | kJson, showEntry, "Show one entry with all its fields", "Changes no queue."},
+    {"peek", kJson, showEntry, "Show the first entry", "Changes no queue."},
     {"take", kJson, takeEntry, "Show the first entry and remove it from the queue",
      "The entry is removed only after all of it has been printed. When the removal fails, standard error says so.\n"
      "The last entry of a task list is shown but not removed: 'ssib delete' deletes the file."},
     {"remove", kNumber, removeEntry, "Remove one entry",
-     "Refused when the library could not tell the entry from another one: it compares the fields that identify a job,\n"
-     "not the place. 'ssib take' serves for the first entry.\n"
+     "Refused when the library could not tell the entry from another one. It does not go by the place: in an XML\n"
+     "queue it compares Version, Block_ID, RB_Type, RB_Req, Timeout, Rtn_Code, Job_ID, Cmd_Line, Task_Name and\n"
+     "LU_Category, in a task list Display_Name, Job_Type, FQDD, Resource_URI, Resource_Type and Resource_Namespace.\n"
+     "'ssib take' takes the first entry, whatever others are like.\n"
      "The last entry of a task list cannot be removed: 'ssib delete' deletes the file."},
     {"replace", kNumber | kFields, replaceEntry, "Give one entry new values for the fields named",
      "Fields that are not named keep their values, and the entry keeps its place. Refused when the library could not\n"
-     "tell the entry from another one. An entry that is given a command line loses its extra content (Node)."},
+     "tell the entry from another one: in an XML queue it compares all fields, in a task list Display_Name, Job_Type,\n"
+     "FQDD and Resource_Namespace. An entry that is given a command line loses its extra content (Node)."},
     {"merge", kDelete, mergeQueue, "Move the entries of a queue to the end of its main queue",
      "--queue names the queue to fold into Main.ssib or, when its name contains \"json\", into BIOS_task_list.json.\n"
-     "The queue's file stays, empty; a task list's keeps its entries unless --delete is given."},
+     "The queue's file stays, empty. A task list's keeps its entries unless --delete is given: merged once more, they\n"
+     "are in the main queue twice."},
     {"delete", 0, deleteQueue, "Delete the queue's file", ""},
 };
 
 constexpr const char *kFooter =
     "Queues: a name that contains \"json\" is a JSON task list, any other an XML queue file. Entries count from 1.\n"
-    "Commands that change a queue wait for each other.\n\n"
+    "Commands that change a queue wait for each other. Firmware does not: what has the queue open there undoes the\n"
+    "change with its next write. A change writes the whole file anew, so what 'list' and 'show' do not show is gone\n"
+    "then, and so is the extra content (Node) of an entry that has a command line. Each look at a task list with\n"
+    "UPDATE jobs sets their configuration attribute.\n\n"
     "Exit status:\n"
     "  0  done\n"
     "  1  there was nothing to do it to: the queue is empty, or there is no such entry or file\n"
     "  2  wrong usage; nothing was looked at\n"
     "  3  the library or the platform refused: standard error names the operation, the file and the status\n\n"
+    "Statuses:\n"
+    "  EFI_INVALID_PARAMETER    open: the file is damaged, or not of the form that its name says\n"
+    "  EFI_ACCESS_DENIED        no permission, no regular file, or no name for a file of the partition: 1 to 255\n"
+    "                           bytes without '/', not beginning with '.'\n"
+    "  EFI_DEVICE_ERROR         not all could be read or written; a full disk, for example\n"
+    "  SSIB_STATUS_NO_FILE      write, an XML queue: no permission, or the file cannot be made\n"
+    "  EFI_ABORTED              the same, a task list\n"
+    "  EFI_OUT_OF_RESOURCES, SSIB_STATUS_NO_DOCUMENT  out of memory\n\n"
     "Environment:\n"
     "  VARSK_ROOT  directory that stands for the flash: queues are the files in $VARSK_ROOT/VAR025.\n"
     "              Default: $XDG_STATE_HOME/varsk, else ~/.local/state/varsk\n"
@@ -155,8 +172,11 @@ std::map<const CLI::App *, const Command *> declareAll(CLI::App &app, Arguments 
       ->capture_default_str();
   app.footer(kFooter);
   app.require_subcommand(1);
-  app.failure_message([](const CLI::App *, const CLI::Error &error) {
-    return "ssib: " + escaped(error.what()) + "\nRun 'ssib --help' for help.\n";
+  app.failure_message([](const CLI::App *parsed, const CLI::Error &error) {
+    const std::vector<std::string> rest = parsed->remaining();
+    const bool isUnknown = parsed->get_subcommands().empty() && !rest.empty();
+    const std::string what = isUnknown ? rest.front() + " is neither a command nor an option" : error.what();
+    return "ssib: " + escaped(what) + "\nRun 'ssib --help' for help.\n";
   });
   std::map<const CLI::App *, const Command *> commands;
   for (const Command &command : kCommands) commands.emplace(declareCommand(app, command, arguments), &command);
@@ -183,6 +203,11 @@ Exit run(int argc, char **argv) {
   const auto commands = declareAll(app, arguments);
   try {
     app.parse(argc, argv);
+  } catch (const CLI::CallForVersion &) {
+    if (!app.get_subcommands().empty())
+      throw Stop(Exit::Usage, "--version stands alone; the field's option is --version-number");
+    print("ssib " SSIB_VERSION "\n");
+    return Exit::Done;
   } catch (const CLI::ParseError &error) {
     return app.exit(error) == 0 ? Exit::Done : Exit::Usage;
   }

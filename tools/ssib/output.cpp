@@ -70,6 +70,11 @@ std::vector<const Field *> columnsOf(Form form) {
   return columns;
 }
 
+// A cell is never blank: columns can be told apart at blanks, as long as values have none.
+std::string cellText(const std::string &value) {
+  return value.empty() ? "\"\"" : escaped(value);
+}
+
 std::vector<Row> tableRows(Form form, const Elements &elements) {
   const std::vector<const Field *> columns = columnsOf(form);
   std::vector<Row> rows(1, Row{"#"});
@@ -77,7 +82,7 @@ std::vector<Row> tableRows(Form form, const Elements &elements) {
   for (const SSIB_ENTRY_LIST *element : elements) {
     Row row = {std::to_string(rows.size())};
     for (const Field *column : columns) {
-      row.push_back(isPresent(*column, *element) ? escaped(valueText(*column, element->entry)) : "-");
+      row.push_back(isPresent(*column, *element) ? cellText(valueText(*column, element->entry)) : "-");
     }
     rows.push_back(std::move(row));
   }

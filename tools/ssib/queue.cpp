@@ -96,11 +96,15 @@ Elements storedElements(const QueueName &name) {
   return elementsOf(openAside(name));
 }
 
+std::string saidEmpty(const QueueName &name) {
+  return name.shown() + " is empty, or there is no such file";
+}
+
 Elements elementsWith(const QueueName &name, std::size_t number) {
   Elements elements = elementsOf(gSSSIB2pvt);
-  if (elements.empty()) throw Stop(Exit::NothingThere, name.shown() + " is empty");
+  if (elements.empty()) throw Stop(Exit::NothingThere, saidEmpty(name));
   if (elements.size() < number) {
-    throw Stop(Exit::NothingThere, name.shown() + " has no entry " + std::to_string(number));
+    throw Stop(Exit::NothingThere, name.shown() + " has only " + counted(elements.size()));
   }
   return elements;
 }

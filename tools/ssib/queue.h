@@ -71,6 +71,9 @@ Elements elementsOf(const SSIB2_PRIVATE_DATA &handle);
 /** What a queue's file holds now. Throws Stop when it cannot be read. */
 Elements storedElements(const QueueName &name);
 
+/** What to say of a queue without entries: the library does not tell an empty file from a missing one. */
+std::string saidEmpty(const QueueName &name);
+
 /** The elements of the open queue. Throws Stop when there is no entry `number`, the first being 1. */
 Elements elementsWith(const QueueName &name, std::size_t number);
 

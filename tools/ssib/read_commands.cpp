@@ -18,7 +18,7 @@ void listEntries(const Request &request) {
   if (request.json) {
     print(entriesAsJson(form, elements));
   } else {
-    print(elements.empty() ? request.queue.shown() + " is empty\n" : entriesAsTable(form, elements));
+    print(elements.empty() ? saidEmpty(request.queue) + "\n" : entriesAsTable(form, elements));
   }
 }
 

@@ -98,6 +98,10 @@ std::size_t characters(std::string_view escapedText) {
   return static_cast<std::size_t>(std::count_if(escapedText.begin(), escapedText.end(), begins));
 }
 
+std::string counted(std::size_t entries) {
+  return std::to_string(entries) + (entries == 1 ? " entry" : " entries");
+}
+
 bool hasControl(std::string_view text, std::string_view allowed) {
   return std::any_of(text.begin(), text.end(), [&](char ch) {
     return static_cast<unsigned char>(ch) < 0x20 && allowed.find(ch) == std::string_view::npos;

@@ -24,4 +24,7 @@ std::size_t characters(std::string_view escapedText);
 /** Whether the text holds a control character below the blank that is not among those allowed. */
 bool hasControl(std::string_view text, std::string_view allowed);
 
+/** "1 entry", "2 entries". */
+std::string counted(std::size_t entries);
+
 }  // namespace ssib

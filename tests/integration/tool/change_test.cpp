@@ -144,8 +144,8 @@ TEST_F(Change, MergeMovesTheEntriesBehindThoseOfTheMainQueue) {
   } rows[] = {
       {"Sub.ssib", "merge", "moved 2 entries from Sub.ssib to Main.ssib\n", ""},
       {"Sub.ssib", "merge --delete", "moved 2 entries from Sub.ssib to Main.ssib\n", nullptr},
-      {"sub.json", "merge", "moved 2 entries from sub.json to BIOS_task_list.json; sub.json keeps its entries\n",
-       "C D"},
+      {"sub.json", "merge",
+       "copied 2 entries from sub.json to BIOS_task_list.json; sub.json keeps them, 'ssib delete' deletes it\n", "C D"},
       {"sub.json", "merge --delete", "moved 2 entries from sub.json to BIOS_task_list.json\n", nullptr},
       {"One.ssib", "merge", "moved 1 entry from One.ssib to Main.ssib\n", "", {"A B C D"}, {}},
       {"Empty.ssib", "merge", "moved 0 entries from Empty.ssib to Main.ssib\n", "", {}, {"A B C D"}},

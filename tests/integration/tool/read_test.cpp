@@ -31,7 +31,7 @@ TEST_F(Read, AnEntryIsShownWithTheFieldsThatItHas) {
       {"list",
        "#  Job_ID  Task_Name  LU_Category  Block_ID  Version     Timeout  Cmd_Line\n"
        "1  JID_1   Update     BIOS         65535     4294967295  65535    run --now\n"
-       "2  -       Größe☃                  0         0           -        a\\tb\\\\c\\n\\xFF\n"},
+       "2  -       Größe☃     \"\"           0         0           -        a\\tb\\\\c\\n\\xFF\n"},
       {"peek -q BIOS_task_list.json",
        "Job_ID: JID_2\nDisplay_Name: Firmware\nJob_Type: UPDATE\nFQDD: dev\nResource_URI: /fw.bin\n"
        "Resource_Type: image\nResource_Namespace: main\nTarget_Version: 1.2\n"},
@@ -41,7 +41,7 @@ TEST_F(Read, AnEntryIsShownWithTheFieldsThatItHas) {
        "1  JID_2   UPDATE    Firmware      dev   1.2\n"
        "2  -       -         ü             -     -\n"},
       {"show 1 -q Node.ssib", "Version: 0\nBlock_ID: 0\nNode: <EXTRA a=\"1\">\\n<B>text</B>\\n</EXTRA>\\n\n"},
-      {"list -q None.ssib", "None.ssib is empty\n"},
+      {"list -q None.ssib", "None.ssib is empty, or there is no such file\n"},
       {"list -q None.json --json", "[]\n"},
   };
   for (const auto &[line, printed] : rows) {

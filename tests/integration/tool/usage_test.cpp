@@ -40,7 +40,8 @@ class Usage : public ToolTest {
 TEST_F(Usage, WhatIsWrongIsSaidBeforeAnythingIsTouched) {
   const std::vector<Refused> commands = {
       {"", "subcommand"},
-      {"frobnicate", "subcommand"},
+      {"frobnicate", "frobnicate is neither a command nor an option"},
+      {"add --job-id x --version 3", "--version-number"},
       {"list --frobnicate", "--frobnicate"},
       {"list -q", "--queue"},
       {"list -q \x1B[2J\xC3", "--queue: \\x1B[2J\\xC3 is not UTF-8"},
@@ -64,12 +65,12 @@ TEST_F(Usage, NothingToDoItToIsExitStatusOne) {
   fill("Main.ssib", {"A"});
   fill("Empty.ssib", {});
   const std::vector<Refused> commands = {
-      {"peek -q None.ssib", "ssib: None.ssib is empty\n"},
-      {"take -q None.json", "ssib: None.json is empty\n"},
-      {"show -q Empty.ssib 1", "ssib: Empty.ssib is empty\n"},
-      {"show 2", "ssib: Main.ssib has no entry 2\n"},
-      {"remove 99999999999999999999", "ssib: Main.ssib has no entry"},
-      {"replace 2 --job-id x", "ssib: Main.ssib has no entry 2\n"},
+      {"peek -q None.ssib", "ssib: None.ssib is empty, or there is no such file\n"},
+      {"take -q None.json", "ssib: None.json is empty, or there is no such file\n"},
+      {"show -q Empty.ssib 1", "ssib: Empty.ssib is empty, or there is no such file\n"},
+      {"show 2", "ssib: Main.ssib has only 1 entry\n"},
+      {"remove 99999999999999999999", "ssib: Main.ssib has only 1 entry\n"},
+      {"replace 2 --job-id x", "ssib: Main.ssib has only 1 entry\n"},
       {"merge -q None.ssib", "ssib: there is no None.ssib\n"},
       {"merge -q None.json", "ssib: there is no None.json\n"},
       {"delete -q None.ssib", "ssib: there is no None.ssib\n"},
