@@ -4,8 +4,8 @@
  * A host that brings a platform of its own: the seven functions that the library needs, on a partition in memory. It is
  * enough for task lists. For XML queues the service at the end would have to read and write documents, too.
  *
- * The library takes the functions from whatever the program offers to its shared libraries, so the program is linked
- * with -rdynamic, and not with libVyxHostPlatform.so.
+ * The library takes the functions from whatever the program offers to its shared libraries, so the program is not linked
+ * with libVyxHostPlatform.so, and with -rdynamic: without that a library that is loaded by dlopen would not find them.
  */
 #define _POSIX_C_SOURCE 200809L
 
@@ -30,7 +30,8 @@ static struct file files[MAX_FILES];
 /* The library has one stream open at a time, and calls are serialised. */
 static struct {
   struct file *file;
-  char *text; /* what is being written; the file gets it when the stream closes without an error */
+  const wchar_t *name;
+  char *text; /* what is being written; the file gets name and text when the stream closes without an error */
   size_t size;
 } current;
 
@@ -44,10 +45,11 @@ static struct file *find(const wchar_t *name) {
 
 static EFI_STATUS open_to_read(const wchar_t *name, FILE **stream) {
   current.file = find(name);
-  /* Whatever is no EFI_ACCESS_DENIED counts as a file that is not there yet: an empty queue. */
+  /* Whatever is no EFI_ACCESS_DENIED counts as a file that is not there yet: an empty queue, which the next close
+   * writes. So a file that is there but cannot be read for now gets no other status. */
   if (current.file == NULL || current.file->text == NULL) return EFI_NOT_FOUND;
   *stream = fmemopen(current.file->text, current.file->size, "r");
-  return *stream == NULL ? EFI_DEVICE_ERROR : EFI_SUCCESS;
+  return *stream == NULL ? EFI_ACCESS_DENIED : EFI_SUCCESS;
 }
 
 static EFI_STATUS open_to_write(const wchar_t *name, FILE **stream) {
@@ -55,9 +57,8 @@ static EFI_STATUS open_to_write(const wchar_t *name, FILE **stream) {
   if (current.file == NULL) current.file = find(L"");
   if (current.file == NULL) return EFI_OUT_OF_RESOURCES;
   *stream = open_memstream(&current.text, &current.size);
-  if (*stream == NULL) return EFI_DEVICE_ERROR;
-  wcscpy(current.file->name, name);
-  return EFI_SUCCESS;
+  current.name = name; /* the caller's, and good until the stream is closed */
+  return *stream == NULL ? EFI_DEVICE_ERROR : EFI_SUCCESS;
 }
 
 EFI_STATUS varsk_fopen_1(const wchar_t *partition, const wchar_t *fileName, const char *mode, FILE **stream) {
@@ -77,6 +78,7 @@ EFI_STATUS varsk_fclose_1(const wchar_t *partition, FILE *stream, const char *mo
     free(current.text);
     return EFI_DEVICE_ERROR;
   }
+  wcscpy(current.file->name, current.name);
   free(current.file->text);
   current.file->text = current.text;
   current.file->size = current.size;

@@ -86,7 +86,8 @@ EFI_STATUS getProtocolInstanceByGuid(const EFI_GUID *guid, uint32_t *count, void
  * @param mode       "r" to read an existing file, "w" to replace its contents
  * @param stream     receives the stream, which varsk_fclose_1 closes; null when the file was not opened
  * @return EFI_SUCCESS with a stream. Without one: EFI_ACCESS_DENIED when the file may not be touched, which iOpenSSIB
- *         passes on; any other value is taken as "no such file" when reading and as a failure when writing
+ *         passes on; any other value is taken as "no such file" when reading and as a failure when writing.
+ *         With a failure status, no stream
  */
 EFI_STATUS varsk_fopen_1(const wchar_t *partition, const wchar_t *fileName, const char *mode, FILE **stream);
 
@@ -99,7 +100,9 @@ EFI_STATUS varsk_fclose_1(const wchar_t *partition, FILE *stream, const char *mo
 /** Partition storage: deletes a file. The library does not look at the result. */
 EFI_STATUS varsk_fdelete_1(const wchar_t *partition, const wchar_t *fileName);
 
-/** Partition storage: the size in bytes of the file behind a stream opened with "r". Leaves the position where it was.
+/**
+ * Partition storage: the size in bytes of the file behind a stream opened with "r". Leaves the position where it was.
+ * When the size cannot be found out, UINT32_MAX: the open then fails with EFI_OUT_OF_RESOURCES, while 0 is an empty queue.
  */
 uint32_t getSize(FILE *stream);
 

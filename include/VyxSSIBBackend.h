@@ -294,7 +294,8 @@ EFI_STATUS iDeleteSSIB(SSIB2_PRIVATE_DATA *SSIB2, const wchar_t *fileName);
  * Reads and writes flash: the sub-queue's file is emptied first (an XML file; a task list keeps its entries) and
  * deleted when that is asked for, then the main file is written. When that last write fails, the moved
  * entries are in neither file, unless their task list was left in place. A file that iOpenSSIB cannot read and
- * opens as an empty queue loses its entries here, the sub-queue's as well as the main queue's.
+ * opens as an empty queue loses its entries here, the sub-queue's as well as the main queue's. The main queue merged into
+ * itself has every entry twice.
  *
  * Setting the handles up refreshes vyxSsibDebug, as Protocol2Constructor does; reading task lists with "UPDATE" jobs sets a
  * configuration attribute, as said at iParseFromJSON.
@@ -314,7 +315,8 @@ EFI_STATUS iMergeToMain(SSIB2_PRIVATE_DATA *SSIB2, const wchar_t *subQueueName, 
 
 /**
  * Hands out the entry under the cursor and moves the cursor to the next one. Entries that were added ahead of the
- * cursor, or after the walk was over, are reached only when the queue has been closed and opened again.
+ * cursor, or after the walk was over, are not reached by this walk; that of an empty queue is over from the start. A new
+ * walk begins with a new open, or with `SSIB2->ssibEntryListPtr = SSIB2->ssibEntryListHead`.
  *
  * @param SSIB2  a handle with an open queue
  * @param entry  overwritten with a copy whose strings and Node are the caller's; what it pointed to before is not

@@ -130,10 +130,10 @@ EFI_STATUS varsk_fdelete_1(const wchar_t *partition, const wchar_t *fileName) {
   return syncDirectory(directory);
 }
 
-// A file of more than 4 GiB - 1 has that size; what is no stream has 0.
+// A file of more than 4 GiB - 1 has that size, and so has one whose size cannot be found out.
 uint32_t getSize(FILE *stream) {
   struct stat info {};
-  if (stream == nullptr || fstat(fileno(stream), &info) != 0) return 0;
+  if (stream == nullptr || fstat(fileno(stream), &info) != 0) return UINT32_MAX;
   return info.st_size < INT64_C(0xFFFFFFFF) ? static_cast<std::uint32_t>(info.st_size) : UINT32_MAX;
 }
 
