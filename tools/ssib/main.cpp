@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <map>
 #include <span>
+#include <sstream>
 
 #include "commands.h"
 #include "output.h"
@@ -209,7 +210,10 @@ Exit run(int argc, char **argv) {
     print("ssib " SSIB_VERSION "\n");
     return Exit::Done;
   } catch (const CLI::ParseError &error) {
-    return app.exit(error) == 0 ? Exit::Done : Exit::Usage;
+    std::ostringstream help;
+    const int status = app.exit(error, help);
+    print(help.str());
+    return status == 0 ? Exit::Done : Exit::Usage;
   }
   const Request request = requestOf(arguments);
   startLibrary();

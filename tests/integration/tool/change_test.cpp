@@ -45,7 +45,7 @@ TEST_F(Change, TheLastEntryOfATaskListStaysAndSaysHowToDeleteIt) {
 TEST_F(Change, AnOutputThatFailsIsRefusedAndTakesNothing) {
   fill("Main.ssib", {"A", "B"});
   for (const char *output : {"exec >/dev/full", "exec >&-"}) {
-    for (const char *line : {"take", "list", "peek --json"}) {
+    for (const char *line : {"take", "list", "peek --json", "add --help", "--version"}) {
       SCOPED_TRACE(output);
       expectRefused(ssibAfter(output, line), 3, "cannot write to standard output: ");
     }
