@@ -52,9 +52,10 @@ void requireOnlyMatch(const std::string &action, const Elements &elements, std::
   }
 }
 
-// A task list's writer does not report write errors: what the file holds afterwards tells.
+// The library reports neither a file that could not be closed nor a task list that could not be written: what the file
+// holds afterwards tells.
 bool isStored(const QueueName &name, std::size_t entries) {
-  return name.form() == Form::Xml || storedElements(name).size() == entries;
+  return storedElements(name).size() == entries;
 }
 
 // Removes the first entry that matches and says why when that fails; `shown` is added to what is said.
@@ -72,17 +73,9 @@ void requireStored(const QueueName &name, bool stored) {
   if (!stored) refuse("write " + name.shown(), EFI_DEVICE_ERROR);
 }
 
-bool holdsTexts(const SSIB_ENTRY &entry, const GivenFields &given) {
-  return std::ranges::all_of(given, [&](const GivenField &item) {
-    const char *text = entry.*item.field->text;
-    return text != nullptr && item.value == text;
-  });
-}
-
 bool isReplaced(const QueueName &name, std::size_t number, const GivenFields &given) {
-  if (name.form() == Form::Xml) return true;
   const Elements elements = storedElements(name);
-  return elements.size() >= number && holdsTexts(elements[number - 1]->entry, given);
+  return elements.size() >= number && hasFields(given, elements[number - 1]->entry);
 }
 
 std::string actionOn(const char *verb, const Request &request) {
@@ -120,7 +113,7 @@ void takeEntry(const Request &request) {
   openQueue(name);
   const Elements elements = elementsWith(name, request.number);
   requireDeletable(action, name.form(), *elements.front());
-  const OwnedEntry entry = copyOfEntry(name);
+  const OwnedEntry entry = copyOfEntry(name, *elements.front());
   std::signal(SIGPIPE, SIG_IGN);  // a reader that is gone is an output that failed: the job stays
   print(shownEntry(request, *elements.front()));
   removeMatch(request, action, *entry, elements.size(), "; the job shown was not removed");
@@ -133,8 +126,7 @@ void removeEntry(const Request &request) {
   openQueue(name);
   const Elements elements = elementsWith(name, request.number);
   requireDeletable(action, name.form(), *elements[request.number - 1]);
-  moveCursorTo(name, request.number);
-  const OwnedEntry entry = copyOfEntry(name);
+  const OwnedEntry entry = copyOfEntry(name, *elements[request.number - 1]);
   requireOnlyMatch(action, elements, request.number,
                    [&](const SSIB_ENTRY_LIST &element) { return isDeletedAs(*entry, name.form(), element); });
   removeMatch(request, action, *entry, elements.size(), "");
@@ -148,9 +140,8 @@ void replaceEntry(const Request &request) {
   const ChangeLock lock;
   openQueue(name);
   const Elements elements = elementsWith(name, request.number);
-  moveCursorTo(name, request.number);
-  const OwnedEntry old = copyOfEntry(name);
-  const OwnedEntry changed = copyOfEntry(name);
+  const OwnedEntry old = copyOfEntry(name, *elements[request.number - 1]);
+  const OwnedEntry changed = copyOfEntry(name, *elements[request.number - 1]);
   applyFields(request.fields, *changed);
   requireOnlyMatch(action, elements, request.number, [&](const SSIB_ENTRY_LIST &element) {
     return SSIBEntryCmp(&gSSSIB2pvt, old.get(), &element.entry) == 0;

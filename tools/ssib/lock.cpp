@@ -40,11 +40,24 @@ std::string partitionDirectory() {
   return path;
 }
 
+void syncDirectory(const std::string &path) {
+  const char *sync = setting("VARSK_SYNC");
+  if (sync != nullptr && std::strcmp(sync, "0") == 0) return;
+  const int directory = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (directory < 0 || fsync(directory) != 0) cannotLockFor(path, errno);
+  close(directory);
+}
+
+// What is made here has to last like the queue that is to come into it: each new directory is an entry of its parent.
 void createDirectories(const std::string &path) {
+  std::string parent = path.front() == '/' ? "/" : ".";
   for (std::size_t end = path.find('/', 1);; end = path.find('/', end + 1)) {
     const std::string ancestor = path.substr(0, end);
-    if (mkdir(ancestor.c_str(), 0700) != 0 && errno != EEXIST) cannotLockFor(ancestor, errno);
+    const bool isNew = mkdir(ancestor.c_str(), 0700) == 0;
+    if (!isNew && errno != EEXIST) cannotLockFor(ancestor, errno);
+    if (isNew) syncDirectory(parent);
     if (end == std::string::npos) return;
+    parent = ancestor;
   }
 }
 

@@ -6,7 +6,6 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <map>
-#include <span>
 #include <sstream>
 
 #include "commands.h"

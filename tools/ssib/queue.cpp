@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <deque>
 
 #include "environment.h"
 #include "stop.h"
@@ -24,10 +25,8 @@ void setUp(SSIB2_PRIVATE_DATA &handle, const QueueName &name) {
 
 // A new handle that lasts until the process ends.
 SSIB2_PRIVATE_DATA &keptHandle() {
-  static auto &handles = *new std::vector<SSIB2_PRIVATE_DATA *>;
-  handles.reserve(handles.size() + 1);
-  handles.push_back(new SSIB2_PRIVATE_DATA{});
-  return *handles.back();
+  static auto &handles = *new std::deque<SSIB2_PRIVATE_DATA>;
+  return handles.emplace_back();
 }
 
 }  // namespace
@@ -122,15 +121,9 @@ OwnedEntry newEntry() {
   return OwnedEntry(new SSIB_ENTRY{});
 }
 
-void moveCursorTo(const QueueName &name, std::size_t number) {
-  for (std::size_t passed = 1; passed < number; ++passed) {
-    const OwnedEntry entry = newEntry();
-    require(iGetSSIBNextEntry(&gSSSIB2pvt, entry.get()), "read " + name.shown());
-  }
-}
-
-OwnedEntry copyOfEntry(const QueueName &name) {
+OwnedEntry copyOfEntry(const QueueName &name, SSIB_ENTRY_LIST &element) {
   OwnedEntry entry = newEntry();
+  gSSSIB2pvt.ssibEntryListPtr = &element;
   require(iPeekSSIBNextEntry(&gSSSIB2pvt, entry.get()), "read " + name.shown());
   return entry;
 }

@@ -86,10 +86,7 @@ using OwnedEntry = std::unique_ptr<SSIB_ENTRY, ReleaseEntry>;
 
 OwnedEntry newEntry();
 
-/** Moves the open queue's cursor, which is on the first entry, to entry `number`. Throws Stop. */
-void moveCursorTo(const QueueName &name, std::size_t number);
-
-/** A copy of the entry under the open queue's cursor. Throws Stop. */
-OwnedEntry copyOfEntry(const QueueName &name);
+/** A copy of an entry of the open queue, whose cursor is on it afterwards. Throws Stop. */
+OwnedEntry copyOfEntry(const QueueName &name, SSIB_ENTRY_LIST &element);
 
 }  // namespace ssib

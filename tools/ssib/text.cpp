@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
 
 namespace ssib {
 namespace {

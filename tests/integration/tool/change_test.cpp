@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The commands that change queues: what these hold afterwards, and what they keep when a command fails.
+#include <sys/stat.h>
+
 #include "tool.h"
 
 namespace vyx::test {
@@ -113,10 +115,18 @@ TEST_F(Change, AnEntryThatIsNeverFoundIsNeitherShownNorRemoved) {
   EXPECT_EQ(ssib("take").exit, 0);
 }
 
+// Either nothing can be written, or what was written cannot take the old file's place: in a directory with the sticky bit
+// only the owner of a file may replace it.
 TEST_F(Change, AWriteThatFailsIsReportedAndKeepsTheOldFile) {
+  const string full = "trap '' XFSZ; ulimit -f 0", asNobody = "exec setpriv --reuid=65534 --clear-groups \"$@\"";
+  write(".lock", "");
+  for (const auto &[path, mode] : {std::pair(root, 0755), {partition, 01777}, {file(".lock"), 0666}})
+    chmod(path.c_str(), static_cast<mode_t>(mode));
+  const bool hasNobody = ssibAfter(asNobody, "--version").exit == 0;
   for (const string &queue : kQueues) {
     SCOPED_TRACE(queue);
     fill(queue, {"A", "B"});
+    chmod(file(queue).c_str(), 0666);
     const string before = bytes(queue), shown = ssib("peek -q", {queue}).out;
     const string error = queue + ": EFI_DEVICE_ERROR";
     const std::pair<const char *, string> rows[] = {
@@ -126,8 +136,11 @@ TEST_F(Change, AWriteThatFailsIsReportedAndKeepsTheOldFile) {
         {"take", "ssib: cannot take entry 1 of " + error + "; the job shown was not removed\n"},
     };
     for (const auto &[line, message] : rows) {
-      const Outcome outcome = ssibAfter("trap '' XFSZ; ulimit -f 0", line, {"-q", queue});
-      expectOutcome(outcome, 3, outcome.err.find("take") == string::npos ? "" : shown, message);
+      for (const string &obstacle : {full, asNobody}) {
+        if (obstacle == asNobody && !hasNobody) continue;
+        const Outcome outcome = ssibAfter(obstacle, line, {"-q", queue});
+        expectOutcome(outcome, 3, outcome.err.find("take") == string::npos ? "" : shown, message);
+      }
     }
     EXPECT_EQ(bytes(queue), before);
   }
