@@ -29,7 +29,6 @@ void print(uint32_t, const char *tag, const wchar_t *format, ...) {
   va_end(values);
   if (!done) return;
   std::fwrite(line.data(), 1, line.size(), sink);
-  std::fflush(sink);
 }
 
 }  // namespace
@@ -41,6 +40,7 @@ EFI_STATUS findDebugLog(void **log) {
   if (target == nullptr || *target == '\0') return EFI_SUCCESS;
   std::FILE *opened = std::strcmp(target, "stderr") == 0 ? stderr : std::fopen(target, "ae");
   if (opened == nullptr) return EFI_DEVICE_ERROR;
+  std::setvbuf(opened, nullptr, _IONBF, 0);  // a line is one write
   if (sink != nullptr && sink != stderr) std::fclose(sink);
   sink = opened;
   *log = &service;

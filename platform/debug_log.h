@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 // The debug-log service, which is there only when somebody asks for it in QUOR_DEBUG.
-#ifndef VYX_PLATFORM_DEBUG_LOG_H
-#define VYX_PLATFORM_DEBUG_LOG_H
+#pragma once
 
 #include "PlatformServices.h"
 
@@ -14,5 +13,3 @@ namespace vyx::platform {
 EFI_STATUS findDebugLog(void **log);
 
 }  // namespace vyx::platform
-
-#endif

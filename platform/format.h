@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 // The texts of the two log services, from a format in the manner of printf and its values. Independent of the locale.
-#ifndef VYX_PLATFORM_FORMAT_H
-#define VYX_PLATFORM_FORMAT_H
+#pragma once
 
 #include <cstdarg>
 
@@ -20,5 +19,3 @@ bool appendFormat(GrowingArray<char> &out, const wchar_t *format, va_list values
 bool appendValue(GrowingArray<char> &out, const char *text);
 
 }  // namespace vyx::platform
-
-#endif

@@ -1,8 +1,7 @@
 /* SPDX-License-Identifier: MIT */
 // A growing array of plain values on the process heap, for code that C calls and that must not throw: what cannot grow
 // says so and keeps what it has.
-#ifndef VYX_PLATFORM_GROWING_ARRAY_H
-#define VYX_PLATFORM_GROWING_ARRAY_H
+#pragma once
 
 #include <algorithm>
 #include <cstddef>
@@ -69,5 +68,3 @@ class GrowingArray {
 };
 
 }  // namespace vyx::platform
-
-#endif

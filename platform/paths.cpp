@@ -61,17 +61,6 @@ EFI_STATUS queuePath(const wchar_t *partition, const wchar_t *fileName, Path &di
   return childPath(directory, name, path);
 }
 
-EFI_STATUS makeDirectories(const Path &path) {
-  Path part = path;
-  for (char *slash = part.text; slash != nullptr;) {
-    slash = std::strchr(slash + 1, '/');
-    if (slash != nullptr) *slash = '\0';
-    if (mkdir(part.text, 0700) != 0 && errno != EEXIST) return statusOfErrno(errno);
-    if (slash != nullptr) *slash = '/';
-  }
-  return EFI_SUCCESS;
-}
-
 EFI_STATUS statusOfErrno(int error) {
   switch (error) {
     case ENOENT:

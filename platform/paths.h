@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 // Where the stand-in keeps things: the root directory, the directory of a partition in it, the files in that.
-#ifndef VYX_PLATFORM_PATHS_H
-#define VYX_PLATFORM_PATHS_H
+#pragma once
 
 #include <climits>
 
@@ -25,12 +24,7 @@ EFI_STATUS childPath(const Path &directory, const char *name, Path &path);
 // '/', is longer than a file name may be or is no Unicode text: names outside the partition cannot be formed.
 EFI_STATUS queuePath(const wchar_t *partition, const wchar_t *fileName, Path &directory, Path &path);
 
-// Makes a directory and what is missing above it, for the owner alone.
-EFI_STATUS makeDirectories(const Path &path);
-
 // What a failed system call means to a client of the partition storage.
 EFI_STATUS statusOfErrno(int error);
 
 }  // namespace vyx::platform
-
-#endif

@@ -51,6 +51,23 @@ void removeStaleFiles(const Path &path) {
   closedir(directory);
 }
 
+// Makes a directory and what is missing above it, for the owner alone. What was made outlasts a power loss like the file
+// that is to come into it.
+EFI_STATUS makeDirectories(const Path &path) {
+  Path part = path, parent;
+  std::strcpy(parent.text, path.text[0] == '/' ? "/" : ".");
+  for (char *slash = part.text; slash != nullptr;) {
+    slash = std::strchr(slash + 1, '/');
+    if (slash != nullptr) *slash = '\0';
+    const bool isNew = mkdir(part.text, 0700) == 0;
+    if (!isNew && errno != EEXIST) return statusOfErrno(errno);
+    if (isNew && syncDirectory(parent) != EFI_SUCCESS) return EFI_DEVICE_ERROR;
+    parent = part;
+    if (slash != nullptr) *slash = '/';
+  }
+  return EFI_SUCCESS;
+}
+
 bool isLinked(int descriptor) {
   struct stat info {};
   return fstat(descriptor, &info) == 0 && info.st_nlink > 0;

@@ -1,8 +1,7 @@
 /* SPDX-License-Identifier: MIT */
 // Replaces a file in one step: the new contents are written beside the old file and take its
 // place when they are complete.
-#ifndef VYX_PLATFORM_REPLACEMENT_H
-#define VYX_PLATFORM_REPLACEMENT_H
+#pragma once
 
 #include "paths.h"
 
@@ -39,5 +38,3 @@ class FileReplacement {
 EFI_STATUS syncDirectory(const Path &directory);
 
 }  // namespace vyx::platform
-
-#endif

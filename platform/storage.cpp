@@ -68,9 +68,12 @@ EFI_STATUS streamOf(int descriptor, const char *mode, std::FILE **stream) {
   return EFI_DEVICE_ERROR;
 }
 
+// A file that is there but does not open, for want of descriptors, say, is not permitted rather than failed: the library
+// would take any other status for a missing file, and an empty queue would be written over this one.
 EFI_STATUS openToRead(const Path &path, std::FILE **stream) {
   if (const EFI_STATUS status = requireRegular(path); status != EFI_SUCCESS) return status;
-  return streamOf(open(path.text, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC), "r", stream);
+  const EFI_STATUS status = streamOf(open(path.text, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC), "r", stream);
+  return status == EFI_DEVICE_ERROR ? EFI_ACCESS_DENIED : status;
 }
 
 EFI_STATUS openToWrite(const Path &directory, const Path &path, std::FILE **stream) {

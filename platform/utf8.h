@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 // UTF-8 without the C locale: the same in every process, whatever setlocale was told.
-#ifndef VYX_PLATFORM_UTF8_H
-#define VYX_PLATFORM_UTF8_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -17,5 +16,3 @@ std::size_t encodeUtf8(std::uint32_t character, char (&bytes)[4]);
 std::size_t utf8Length(const char *text);
 
 }  // namespace vyx::platform
-
-#endif

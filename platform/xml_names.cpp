@@ -33,13 +33,17 @@ bool feed(XML_Parser parser, const char *text, bool isLast) {
 
 }  // namespace
 
+XML_Parser newParser() {
+  static const XML_Memory_Handling_Suite heap = {std::malloc, std::realloc, std::free};
+  return XML_ParserCreate_MM(nullptr, &heap, nullptr);
+}
+
 NameCheck::~NameCheck() {
   if (parser_ != nullptr) XML_ParserFree(parser_);
 }
 
 EFI_STATUS NameCheck::ask(const char *name, bool singleBytes, bool &answer) {
-  static const XML_Memory_Handling_Suite heap = {std::malloc, std::realloc, std::free};
-  if (parser_ == nullptr) parser_ = XML_ParserCreate_MM(nullptr, &heap, nullptr);
+  if (parser_ == nullptr) parser_ = newParser();
   if (parser_ == nullptr) return EFI_OUT_OF_RESOURCES;
   XML_ParserReset(parser_, nullptr);
   if (XML_SetEncoding(parser_, singleBytes ? "ISO-8859-1" : "UTF-8") != XML_STATUS_OK) return EFI_OUT_OF_RESOURCES;

@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 // The rules for names in a document that is being written.
-#ifndef VYX_PLATFORM_XML_NAMES_H
-#define VYX_PLATFORM_XML_NAMES_H
+#pragma once
 
 #include <expat.h>
 
@@ -10,6 +9,9 @@
 #include "XmlService.h"
 
 namespace vyx::platform {
+
+// An expat parser on the process heap; null when there is no memory.
+XML_Parser newParser();
 
 // Takes the names of a document one by one, before it is known which encoding the document will need.
 class NameCheck {
@@ -37,5 +39,3 @@ class NameCheck {
 bool anyRepeats(const char **names, std::size_t count);
 
 }  // namespace vyx::platform
-
-#endif

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "growing_array.h"
+#include "xml_names.h"
 #include "xml_tree.h"
 
 namespace vyx::platform {
@@ -160,8 +161,7 @@ void onDoctype(void *data, const char *, const char *, const char *, int) {
 }
 
 XML_Parser createParser(Builder &builder) {
-  static const XML_Memory_Handling_Suite heap = {std::malloc, std::realloc, std::free};
-  XML_Parser parser = XML_ParserCreate_MM(nullptr, &heap, nullptr);
+  XML_Parser parser = newParser();
   if (parser == nullptr) return nullptr;
   XML_SetUserData(parser, &builder);
   XML_SetElementHandler(parser, onStart, onEnd);

@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 // Between the parts of the XML service: the tree's records, the reader and the writer.
-#ifndef VYX_PLATFORM_XML_TREE_H
-#define VYX_PLATFORM_XML_TREE_H
+#pragma once
 
 #include <cstddef>
 
@@ -22,5 +21,3 @@ EFI_STATUS parseDocument(const char *document, XML_NODE **root);
 EFI_STATUS writeDocument(const XML_NODE *root, char **document);
 
 }  // namespace vyx::platform
-
-#endif

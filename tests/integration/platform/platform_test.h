@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: MIT */
 // What the stand-in platform's tests share: a root directory of their own, look-ups, files.
-#ifndef VYX_TESTS_PLATFORM_TEST_H
-#define VYX_TESTS_PLATFORM_TEST_H
+#pragma once
 
 #include <gtest/gtest.h>
 
@@ -61,5 +60,3 @@ class PlatformTest : public testing::Test {
 };
 
 }  // namespace vyx::tests
-
-#endif
