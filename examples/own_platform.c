@@ -99,8 +99,7 @@ uint32_t getSize(FILE *stream) {
   return (uint32_t)current.file->size;
 }
 
-/* ---- Logs and configuration: a host without either ----------------------------------------------------------------
- */
+/* ---- Logs and configuration: a host without either --------------------------------------------------------------- */
 
 int quorprintf(int level, int verbosity, const char *format, ...) {
   (void)level, (void)verbosity, (void)format;
@@ -112,8 +111,7 @@ int CfgSetAttributeInt(const char *name, int kind, int value) {
   return 0;
 }
 
-/* ---- Services: the XML service must be there for the library to start ----------------------------------------------
- */
+/* ---- Services: the XML service must be there for the library to start -------------------------------------------- */
 
 static EFI_STATUS parse(XML_SERVICE_PROTOCOL *service, const XML_STRING *image, XML_NODE **root) {
   (void)service, (void)image, (void)root;
@@ -148,8 +146,7 @@ EFI_STATUS getProtocolInstanceByGuid(const EFI_GUID *guid, uint32_t *count, void
   return EFI_SUCCESS;
 }
 
-/* ---- The host ------------------------------------------------------------------------------------------------------
- */
+/* ---- The host ---------------------------------------------------------------------------------------------------- */
 
 static const wchar_t TASK_LIST[] = L"BIOS_task_list.json";
 

@@ -2,7 +2,6 @@
 // Any sequence of calls on two handles and a platform that fails at any call and any allocation.
 #include "support.h"
 
-#include <cstdlib>
 #include <iterator>
 
 #include "ssib_if2_backend/entry.h"

@@ -6,7 +6,7 @@
  * A queue is an ordered list of job entries, kept in one file of the partition sVarskPartition in one of two forms,
  * which the file's name decides when the queue is opened:
  *   - a name that contains "json" (exactly so: "JSON" does not count) is a JSON task list, SSIB_MODE_BIOS_SMA; the main
- * one is "BIOS_task_list.json". What the form holds and what it cannot is said at iFlushToJSON and iParseFromJSON;
+ *     one is "BIOS_task_list.json". What the form holds and what it cannot is said at iFlushToJSON and iParseFromJSON;
  *   - any other name is an XML queue file, SSIB_MODE_DEFAULT; the main one is "Main.ssib". What it holds is said at
  *     iFlushSSIBQueue.
  *
@@ -17,13 +17,13 @@
  * What holds for every function:
  *   - Arguments are checked first: a refused argument costs nothing and changes nothing.
  *   - Names of files are NUL-terminated wide strings of 4-byte characters, all other texts NUL-terminated single-byte
- * strings.
+ *     strings.
  *   - Memory is the process heap. What the library hands out is released with free, a node with the XML service's
- * DeleteTree. An argument stays the caller's and is only read, unless the function says otherwise.
+ *     DeleteTree. An argument stays the caller's and is only read, unless the function says otherwise.
  *   - Each step is reported to the debug-log service, when there is one; results never depend on it.
  *   - The library starts no threads and takes no locks: the caller serialises all calls, those on different handles
- * too, because the JSON writer's buffer and vyx_fgetc's read-ahead are shared by all. Nothing coordinates two handles,
- * or two processes, that have one file open: the last one to write decides.
+ *     too, because the JSON writer's buffer and vyx_fgetc's read-ahead are shared by all. Nothing coordinates two
+ *     handles, or two processes, that have one file open: the last one to write decides.
  *   - Only the functions that say so touch flash.
  *   - Costs are given for a list of N elements. The list has no tail pointer and no index: N elements take one walk.
  */
@@ -63,9 +63,7 @@ extern "C" {
 
 /** Statuses of the library's own. The top bit is clear, yet they report a flush that wrote nothing. */
 #define SSIB_STATUS_NO_DOCUMENT ((EFI_STATUS)0x00300004) /**< no file name, or the document could not be built */
-#define SSIB_STATUS_NO_FILE \
-  ((EFI_STATUS)0x00300009) /**< the document is empty, or its file did not open for writing \
-                            */
+#define SSIB_STATUS_NO_FILE ((EFI_STATUS)0x00300009)     /**< the document has no text, or its file did not open */
 
 /* ---- Records ----------------------------------------------------------------------------------------------------- */
 
@@ -265,9 +263,9 @@ EFI_STATUS iFlushSSIBQueue(SSIB2_PRIVATE_DATA *SSIB2);
  *
  * @return EFI_SUCCESS
  * @return EFI_INVALID_PARAMETER  SSIB2 is null; or, on the last close, there is no XML service: openCount is then 0,
- * nothing is written, and name and list stay with the handle until its next open
+ *                                nothing is written, and name and list stay with the handle until its next open
  * @return another status         that of the last close's iFlushSSIBQueue; for a task list that has become empty this
- * is EFI_INVALID_PARAMETER, and its file keeps the old entries
+ *                                is EFI_INVALID_PARAMETER, and its file keeps the old entries
  */
 EFI_STATUS iCloseSSIB(SSIB2_PRIVATE_DATA *SSIB2);
 
@@ -320,7 +318,8 @@ EFI_STATUS iMergeToMain(SSIB2_PRIVATE_DATA *SSIB2, const wchar_t *subQueueName, 
  *
  * @param SSIB2  a handle with an open queue
  * @param entry  overwritten with a copy whose strings and Node are the caller's; what it pointed to before is not
- * released. A string or node that could not be allocated is null, without any other sign. Untouched on failure
+ *               released. A string or node that could not be allocated is null, without any other sign. Untouched on
+ *               failure
  * @return EFI_SUCCESS
  * @return EFI_INVALID_PARAMETER  an argument is null, or the handle has no XML service
  * @return EFI_END_OF_FILE        the walk is over, or the queue is empty
@@ -337,13 +336,13 @@ EFI_STATUS iPeekSSIBNextEntry(SSIB2_PRIVATE_DATA *SSIB2, SSIB_ENTRY *entry);
  * @param SSIB2        a constructed handle, with an open queue
  * @param count        number of entries
  * @param entries      `count` pointers to entries. An entry whose Timeout is 0 has 600 written into it, and is
- * otherwise only read. May be null when count is 0
+ *                     otherwise only read. May be null when count is 0
  * @param fieldMask    SSIB_FIELD_ bits: which optional fields of these entries are valid. Without SSIB_FIELD_JOB_ID no
- * Job_ID is kept
+ *                     Job_ID is kept
  * @param addLocation  one of the SSIB_ADD_ values
  * @return EFI_SUCCESS            all were added. A string or node that could not be allocated is null in the list
  * @return EFI_INVALID_PARAMETER  SSIB2 or one of the pointers is null, there is no XML service, or no such location:
- * nothing changed
+ *                                nothing changed
  * @return EFI_OUT_OF_RESOURCES   an element could not be allocated; the entries before it have been added, and
  *                                its own entry may have got the Timeout of 600
  */
@@ -374,7 +373,7 @@ EFI_STATUS iDeleteSSIBEntry(SSIB2_PRIVATE_DATA *SSIB2, const SSIB_ENTRY *entry);
  * @return EFI_INVALID_PARAMETER  an argument is null, or no entry matches: nothing changed, nothing written. Or:
  *                                the flush refused, and the entry is out of the list all the same
  * @return another status         that of iFlushSSIBQueue; the entry is out of the list all the same. The last job of a
- * task list cannot be removed from its file: the writer refuses an empty list
+ *                                task list cannot be removed from its file: the writer refuses an empty list
  */
 EFI_STATUS iRemoveFromSSIBQueue(SSIB2_PRIVATE_DATA *SSIB2, const SSIB_ENTRY *entry);
 
@@ -451,9 +450,11 @@ EFI_STATUS iFlushToJSON(SSIB2_PRIVATE_DATA *SSIB2);
  * @param text   NUL-terminated
  * @return EFI_SUCCESS
  * @return EFI_INVALID_PARAMETER  an argument is null, or there is no balanced "[" ... "]": list and cursor as before.
- * Or an object is not closed inside the list: the jobs before it stay appended, the cursor is on the first element
+ *                                Or an object is not closed inside the list: the jobs before it stay appended, the
+ *                                cursor is on the first element
  * @return EFI_OUT_OF_RESOURCES   an element could not be allocated; the jobs before it stay appended, the cursor is on
- * the first element. A string that could not be allocated is null, without any other sign
+ *                                the first element. A string that could not be allocated is null, without any other
+ *                                sign
  */
 EFI_STATUS iParseFromJSON(SSIB2_PRIVATE_DATA *SSIB2, const char *text);
 
@@ -478,7 +479,7 @@ void le_insert_tail(SSIB_LINK *head, SSIB_ENTRY_LIST *element);
  * left in it are returned by the next call, whatever stream that names. Read one stream to its end before the next.
  *
  * @return 0 to 255; 0xFFFF at the end of input, on a read error and for a null stream. The next call tries to read
- * again
+ *         again
  */
 int vyx_fgetc(FILE *stream);
 
@@ -497,7 +498,7 @@ char *fgetline(char *buf, size_t size, FILE *stream);
  * A block of at least newSize bytes with the contents of ptr.
  *
  * @param ptr      a block of oldSize bytes, or null. It is the caller's no more afterwards, even when the result is
- * null
+ *                 null
  * @param oldSize  in bytes; when not below newSize, ptr itself is returned: blocks never shrink
  * @return the block, the caller's; null when there is no memory
  */

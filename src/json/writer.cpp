@@ -26,8 +26,6 @@ constexpr char kDocumentTail[] = "  ]\n}\n";
 // Pieces are gathered here and reach the stream in chunks.
 class OutputBuffer {
  public:
-  void clear() { length_ = 0; }
-
   void append(std::FILE *stream, std::string_view piece) {
     if (length_ + piece.size() >= sizeof(text_)) write(stream);
     const std::size_t kept = std::min(piece.size(), sizeof(text_) - 1 - length_);
@@ -39,7 +37,7 @@ class OutputBuffer {
   void write(std::FILE *stream) {
     text_[length_] = '\0';
     std::fputs(text_, stream);
-    clear();
+    length_ = 0;
   }
 
  private:
@@ -47,14 +45,12 @@ class OutputBuffer {
   std::size_t length_ = 0;  // without the terminating zero
 };
 
-// One area for all calls.
+// One area for all calls; empty between them.
 OutputBuffer output;
 
 class TaskListWriter {
  public:
-  TaskListWriter(const SSIB2_PRIVATE_DATA &handle, std::FILE *stream) : handle_(handle), stream_(stream) {
-    output.clear();
-  }
+  TaskListWriter(const SSIB2_PRIVATE_DATA &handle, std::FILE *stream) : handle_(handle), stream_(stream) {}
 
   void writeDocument() {
     writeFrame(kDocumentHead);

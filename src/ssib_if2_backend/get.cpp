@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Handing out the entry under the cursor, as a copy that is the caller's.
-#include <algorithm>
 #include <span>
 
 #include "ssib_if2_backend/entry.h"

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Start-up and unload: the exported data, the search for services, and the handle's construction.
-#include <cstddef>
 #include <cstdio>
 #include <cstring>
 

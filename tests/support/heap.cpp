@@ -32,7 +32,6 @@ void *__real_malloc(std::size_t size);
 void *__real_calloc(std::size_t count, std::size_t size);
 void *__real_realloc(void *block, std::size_t size);
 void __real_free(void *block);
-char *__real_strndup(const char *text, std::size_t size);
 char *__real_strdup(const char *text);
 
 void *__wrap_malloc(std::size_t size) {
@@ -52,10 +51,6 @@ void *__wrap_realloc(void *block, std::size_t size) {
 void __wrap_free(void *block) {
   blocks().erase(block);
   __real_free(block);
-}
-
-char *__wrap_strndup(const char *text, std::size_t size) {
-  return mustFail() ? nullptr : track(__real_strndup(text, size));
 }
 
 char *__wrap_strdup(const char *text) {

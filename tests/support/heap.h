@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The heap as the unit tests see it: malloc, calloc, realloc, strdup, strndup and free of everything linked into the
+// The heap as the unit tests see it: malloc, calloc, realloc, strdup and free of everything linked into the
 // test program go through here (the linker's --wrap), are counted, and can be made to fail.
 #pragma once
 

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Start-up and unload, the search for services, and the list primitives.
-#include <cstdlib>
 #include <cstring>
 
 #include "ssib_if2_backend/list.h"
