@@ -76,6 +76,18 @@ void LibraryTest::TearDown() {
   EXPECT_EQ(platform().openStreams, 0U) << "streams left behind";
 }
 
+bool LibraryTest::fails(const std::string &kind, std::size_t nth, const std::function<void()> &operation,
+                        Answer answer) {
+  host().faults = {{kind, nth, answer}};
+  host().failWrites = kind == "write" && nth == 1;
+  const heap::Watch watch(kind == "allocation" ? nth : 0);
+  operation();
+  const bool failed = host().failWrites || watch.failed() || host().faults[0].seen >= nth;
+  host().faults.clear();
+  host().failWrites = false;
+  return failed;
+}
+
 void LibraryTest::open(const wchar_t *name) {
   ASSERT_EQ(iOpenSSIB(&handle, name), EFI_SUCCESS);
   platform().forgetEvents();

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <utility>
 
+#include "support/literal_task_list.h"
+
 namespace test {
 
 namespace {
@@ -39,14 +41,7 @@ constexpr Stored kAttributeNumbers[] = {{"Version", kVersion},  {"BLOCK_ID", kBl
                                         {"RTN_CODE", kRtnCode}, {"TIMEOUT", kTimeout},  {"RB_TYPE", kRbType},
                                         {"RB_REQ", kRbReq}};
 constexpr Stored kAttributeTexts[] = {{"LU_CATEGORY", kLuCategory}, {"TASK_NAME", kTaskName}, {"JOB_ID", kJobId}};
-constexpr Stored kKeys[] = {{"JobType", kJobType},
-                            {"DisplayName", kDisplayName},
-                            {"FQDD", kFqdd},
-                            {"JOBID", kJobId},
-                            {"ResourceURI", kUri},
-                            {"ResourceType", kType},
-                            {"ResourceNamespace", kSpace},
-                            {"TargetVersion", kVersionText}};
+constexpr std::size_t kTaskTexts[] = {kJobType, kDisplayName, kFqdd, kJobId, kUri, kType, kSpace, kVersionText};
 
 bool has(std::size_t number, const ModelJob &job) {
   return kNumbers[number].maskBit == 0 || (job.fieldMask & kNumbers[number].maskBit) != 0;
@@ -100,26 +95,26 @@ std::string block(const ModelJob &job) {
 
 ModelJob readBackTask(const ModelJob &job) {
   ModelJob read;
-  for (const auto &[name, field] : kKeys)
+  for (const std::size_t field : kTaskTexts)
     if (job.texts[field] != "") read.texts[field] = job.texts[field];
   return read;
 }
 
-std::string object(const ModelJob &job) {
-  std::string lines;
-  const char *start = "      \"";
-  for (const auto &[name, field] : kKeys) {
-    lines.append(start).append(name).append("\" : \"").append(job.texts[field].value_or("")).append("\"");
-    start = ",\n      \"";
-  }
-  return "    {\n" + lines + "\n    }";
+std::string taskList(const ModelList &jobs) {
+  std::vector<LiteralJob> literal(jobs.size());
+  std::ranges::transform(jobs, literal.begin(), [](const ModelJob &job) {
+    LiteralJob texts;
+    std::ranges::transform(kTaskTexts, texts.begin(), [&](std::size_t field) { return job.texts[field]; });
+    return texts;
+  });
+  return literallyWrite(literal, "").bytes;
 }
 
 // Nothing when XML cannot hold one of the texts.
 std::optional<std::string> document(const ModelList &jobs, bool isTaskList) {
+  if (isTaskList) return taskList(jobs);
   std::string body;
-  for (const ModelJob &job : jobs) body += isTaskList ? (body.empty() ? "" : ",\n") + object(job) : block(job);
-  if (isTaskList) return "{\n  \"SMAJob\":\n  [\n" + body + (body.empty() ? "" : "\n") + "  ]\n}\n";
+  for (const ModelJob &job : jobs) body += block(job);
   if (body.find('\x01') != std::string::npos) return std::nullopt;
   return body.empty() ? "<SSIB_INFO/>\n" : "<SSIB_INFO>\n" + body + "</SSIB_INFO>\n";
 }

@@ -33,7 +33,6 @@ struct Platform {
   EFI_STATUS locateStatus = EFI_SUCCESS;       // of getProtocolInstanceByGuid
   std::optional<std::uint32_t> announcedSize;  // what getSize says instead of the truth
   bool failWrites = false;                     // streams opened with "w" refuse every byte
-  int configurationResult = 0;
   std::size_t openStreams = 0;
 
   // The nth call (from 1) whose record begins with the prefix gets this answer. One call for each prefix.

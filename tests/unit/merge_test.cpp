@@ -50,7 +50,8 @@ class Merge : public LibraryTest {
   struct Outcomes {
     std::set<std::string> all, losses;
   };
-  bool fails(const Form &form, std::uint32_t deletes, const Answer *answer, std::size_t nth, Outcomes &seen);
+  bool seen(const Form &form, std::uint32_t deletes, const std::string &kind, std::size_t nth, Answer answer,
+            Outcomes &outcomes);
 };
 
 TEST_F(Merge, PutsTheEntriesBehindThoseOfTheMainQueue) {
@@ -59,9 +60,7 @@ TEST_F(Merge, PutsTheEntriesBehindThoseOfTheMainQueue) {
     std::uint32_t deletes;
     const char *merged, *subLeft[2];  // in each form
   } rows[] = {
-      {"both have jobs", "XY", "AB", 0, "XYAB", {"", "AB"}},
       {"deleting the sub-queue", "XY", "AB", 2, "XYAB", {"-", "-"}},
-      {"no main file", "-", "AB", 0, "AB", {"", "AB"}},
       {"empty sub-queue", "XY", "", 0, "XY", {"", ""}},
       {"a job in both", "XA", "A", 0, "XAA", {"", "A"}},
   };
@@ -78,42 +77,30 @@ TEST_F(Merge, PutsTheEntriesBehindThoseOfTheMainQueue) {
   }
 }
 
-TEST_F(Merge, FailuresSayWhatFailedAndLeaveBothFiles) {
-  const Lines noSub = {"Could not locate SSIB list"}, sub = {"Error opening SSIB"};
-  const Lines mainQueue = {"Merging to Main.ssib", "Error opening main SSIB"};
-  const Lines mainList = {"Merging to smajob.json", "Error opening main SSIB"};
+TEST_F(Merge, SaysWhatDidNotOpen) {
+  const Lines sub = {"Entered", "Error opening SSIB", "Exit. 0x80000002"};
   const struct {
-    const char *label;
     const Form &form;
-    std::size_t nth;         // open that fails; 0: none
-    const wchar_t *damaged;  // file that does not parse
-    EFI_STATUS answer, status;
-    const Lines &lines;
+    const wchar_t *damaged;
+    Lines lines;
   } rows[] = {
-      {"no sub-queue", kXml, 1, nullptr, EFI_NOT_FOUND, EFI_NOT_FOUND, noSub},
-      {"sub-queue refused", kXml, 2, nullptr, EFI_ACCESS_DENIED, EFI_ACCESS_DENIED, sub},
-      {"task list does not open", kTaskList, 3, nullptr, EFI_DEVICE_ERROR, EFI_ABORTED, sub},
-      {"damaged sub-queue", kXml, 0, L"sub.ssib", 0, EFI_INVALID_PARAMETER, sub},
-      {"damaged task list", kTaskList, 0, L"sub.json", 0, EFI_INVALID_PARAMETER, sub},
-      {"main queue refused", kXml, 4, nullptr, EFI_ACCESS_DENIED, EFI_ACCESS_DENIED, mainQueue},
-      {"main list does not open", kTaskList, 5, nullptr, EFI_DEVICE_ERROR, EFI_ABORTED, mainList},
-      {"damaged main queue", kXml, 0, L"Main.ssib", 0, EFI_INVALID_PARAMETER, mainQueue},
-      {"damaged main list", kTaskList, 0, L"BIOS_task_list.json", 0, EFI_INVALID_PARAMETER, mainList},
+      {kXml, L"sub.ssib", sub},
+      {kTaskList, L"sub.json", sub},
+      {kXml, L"Main.ssib", {"Entered", "Merging to Main.ssib", "Error opening main SSIB", sub.back()}},
+      {kTaskList, kTaskList.main, {"Entered", "Merging to smajob.json", "Error opening main SSIB", sub.back()}},
   };
   for (const auto &row : rows) {
-    SCOPED_TRACE(row.label);
+    SCOPED_TRACE(::testing::PrintToString(row.lines));
     give(row.form, "XY", "AB");
-    if (row.damaged != nullptr) host().setFile(row.damaged, "neither form");
-    if (row.nth != 0) host().failCall("open", row.nth, {row.answer, false});
+    host().setFile(row.damaged, "neither form");
     const auto before = host().files;
-    EXPECT_EQ(iMergeToMain(&handle, row.form.sub, 1), row.status);
+    EXPECT_EQ(iMergeToMain(&handle, row.form.sub, 1), EFI_INVALID_PARAMETER);
     EXPECT_EQ(host().files, before);
-    Lines lines = host().logTexts("iMergeToMain");
-    char exit[32];
-    std::snprintf(exit, sizeof(exit), "Exit. 0x%08x", row.status);
-    EXPECT_EQ(lines.back(), exit);
-    EXPECT_EQ(Lines(lines.begin() + 1, lines.end() - 1), row.lines);
+    EXPECT_EQ(host().logTexts("iMergeToMain"), row.lines);
   }
+  host() = Platform();
+  EXPECT_EQ(iMergeToMain(&handle, kXml.sub, 1), EFI_NOT_FOUND);
+  EXPECT_EQ(host().logTexts("iMergeToMain"), (Lines{"Entered", "Could not locate SSIB list", "Exit. 0x8000000e"}));
 }
 
 TEST_F(Merge, WithoutAServiceForEitherHandleSaysWhich) {
@@ -132,24 +119,23 @@ TEST_F(Merge, WithoutAServiceForEitherHandleSaysWhich) {
   expectFiles(kXml, "XY", "AB");
 }
 
-// Merges with the nth allocation, the nth platform call or, without an nth, all writing failing. False when it did not
-// come to an nth. Adds the status's low byte and what the files then hold to the outcomes, and what failed to the losses
-// when a job is in neither file.
-bool Merge::fails(const Form &form, std::uint32_t deletes, const Answer *answer, std::size_t nth, Outcomes &seen) {
+// Merges while the nth of a kind fails; false when it did not come to that. Adds the status's low byte and what the files
+// then hold to the outcomes, and what failed to the losses when a job is in neither file.
+bool Merge::seen(const Form &form, std::uint32_t deletes, const std::string &kind, std::size_t nth, Answer answer,
+                 Outcomes &outcomes) {
   give(form, "XY", "AB");
-  if (answer != nullptr) host().failCall("", nth, *answer);
-  host().failWrites = nth == 0;
   const std::size_t blocks = heap::live();
-  const heap::Watch watch(answer == nullptr ? nth : 0);
-  const EFI_STATUS status = iMergeToMain(&handle, form.sub, deletes);
+  EFI_STATUS status = 0;
+  if (!fails(
+          kind, nth, [&] { status = iMergeToMain(&handle, form.sub, deletes); }, answer))
+    return false;
   EXPECT_EQ(heap::live(), blocks);
   EXPECT_EQ(host().openStreams, 0U);
-  if (answer == nullptr ? nth != 0 && !watch.failed() : host().calls.size() < nth) return false;
   const std::string main = form.jobsIn(host().file(form.main)), sub = form.jobsIn(host().file(form.sub));
-  seen.all.insert(std::to_string(status & 0xFF) + ": " + main + ", " + sub);
-  if (main == "XYAB" || (main == "XY" && sub == "AB")) return nth != 0;
-  seen.losses.insert(answer != nullptr ? host().calls[nth - 1] : nth == 0 ? "write" : "allocation");
-  return nth != 0;
+  outcomes.all.insert(std::to_string(status & 0xFF) + ": " + main + ", " + sub);
+  if (main == "XYAB" || (main == "XY" && sub == "AB")) return true;
+  outcomes.losses.insert(kind.empty() ? host().calls[nth - 1] : kind);
+  return true;
 }
 
 TEST_F(Merge, LosesJobsOnlyWhenAFileReadsAsEmptyOrTheMainFileCannotBeWritten) {
@@ -184,12 +170,11 @@ TEST_F(Merge, LosesJobsOnlyWhenAFileReadsAsEmptyOrTheMainFileCannotBeWritten) {
   };
   for (const auto &row : rows) {
     SCOPED_TRACE(std::string(row.form.label) + (row.deletes != 0 ? ", deleting" : ""));
-    Outcomes seen;
-    fails(row.form, row.deletes, nullptr, 0, seen);
-    for (const Answer *answer : {static_cast<const Answer *>(nullptr), &device, &access})
-      for (std::size_t nth = 1; fails(row.form, row.deletes, answer, nth, seen);) ++nth;
-    EXPECT_EQ(seen.all, row.expected.all);
-    EXPECT_EQ(seen.losses, row.expected.losses);
+    Outcomes outcomes;
+    for (const auto &[kind, answer] : {std::pair("allocation", device), {"write", device}, {"", device}, {"", access}})
+      for (std::size_t nth = 1; seen(row.form, row.deletes, kind, nth, answer, outcomes);) ++nth;
+    EXPECT_EQ(outcomes.all, row.expected.all);
+    EXPECT_EQ(outcomes.losses, row.expected.losses);
   }
 }
 

@@ -233,7 +233,7 @@ ModelJob someJob(Random &random) {
   static const std::uint32_t limits[] = {~0U, 1, 0xFFFF, 0xFF, 0xFF, ~0U, ~0U, 0xFFFF};
   static const std::string texts[] = {"a", "b", "", "UPDATE", "UPDATES", " a <&> b "};
   static const std::size_t counted[] = {64, 256, 256, 16, 256, 16, 256, 256, 256, 256, 256};
-  static const std::string commands[] = {"", "a", "\"", "\"cut\"", "a <&> b", "\x01"};
+  static const std::string commands[] = {"", "a", "\"", "\"cut", "\"cut\"", "\"\"cut\"\"", "a <&> b", "\x01"};
   const bool isCommon = random.oneIn(2);
   ModelJob made;
   for (std::size_t i = 0; i < made.numbers.size(); ++i)

@@ -104,16 +104,6 @@ TEST_F(XmlForm, ReadsTreesThatNoParserMakes) {
   EXPECT_EQ(entriesOf(root.get()), "[ Version=2 mask=36]") << "the last one holds";
 }
 
-TEST_F(XmlForm, ACommandThatBeginsWithAQuoteLosesItsEnds) {
-  const char *const rows[][2] = {{"\"abc\"", "abc"}, {"\"abc", "ab"},      {"\"", ""},
-                                 {"\"\"", ""},       {"\"a", ""},          {"abc\"", "abc\""},
-                                 {"", ""},           {" \"a\"", " \"a\""}, {"\"\"a\"\"", "\"a\""}};
-  for (const auto &[command, stored] : rows) {
-    const ssib::XmlTree root(service(), treeOf("<R/>"));
-    EXPECT_STREQ(addBlock(root, nullptr, command)->firstChild->value->text, stored) << command;
-  }
-}
-
 TEST_F(XmlForm, BlocksAreLinkedAsTheServiceWantsThem) {
   const ssib::XmlTree root(service(), treeOf("<R/>"));
   XML_NODE *first = addBlock(root, nullptr, "x"), *second = addBlock(root, first, "y"), *command = first->firstChild;
@@ -155,20 +145,6 @@ TEST_F(XmlForm, CopiesTreesOfAnyShape) {
     const ssib::XmlTree copy(service(), ssib::dupeNode(source.get(), nullptr));
     EXPECT_TRUE(textOf(copy.get()) == textOf(source.get())) << document.substr(0, 6);
   }
-}
-
-TEST_F(XmlForm, ACopyWithoutMemoryHasAHoleAndSaysSo) {
-  const ssib::XmlTree source(service(), treeOf("<r><a x='1'>t<b/></a><c/></r>"));
-  std::size_t nth = 0;
-  for (bool failed = true; failed;) {
-    const heap::Watch watch(++nth);
-    bool whole = true;
-    const ssib::XmlTree copy(service(), ssib::dupeNode(source.get()->firstChild, nullptr, &whole));
-    failed = watch.failed();
-    EXPECT_EQ(copy.get() == nullptr, nth == 1);
-    EXPECT_EQ(whole, !failed) << nth;
-  }
-  EXPECT_EQ(nth, 17U) << "a block for each record, string record and text, and the copy that has them all";
 }
 
 }  // namespace
