@@ -55,7 +55,7 @@ void removeStaleFiles(const Path &path) {
 // that is to come into it.
 EFI_STATUS makeDirectories(const Path &path) {
   Path part = path, parent;
-  std::strcpy(parent.text, path.text[0] == '/' ? "/" : ".");
+  parent.text[0] = path.text[0] == '/' ? '/' : '.';
   for (char *slash = part.text; slash != nullptr;) {
     slash = std::strchr(slash + 1, '/');
     if (slash != nullptr) *slash = '\0';
