@@ -60,7 +60,9 @@ TEST_F(Merge, PutsTheEntriesBehindThoseOfTheMainQueue) {
     std::uint32_t deletes;
     const char *merged, *subLeft[2];  // in each form
   } rows[] = {
+      {"both have jobs", "XY", "AB", 0, "XYAB", {"", "AB"}},
       {"deleting the sub-queue", "XY", "AB", 2, "XYAB", {"-", "-"}},
+      {"no main file", "-", "AB", 0, "AB", {"", "AB"}},
       {"empty sub-queue", "XY", "", 0, "XY", {"", ""}},
       {"a job in both", "XA", "A", 0, "XAA", {"", "A"}},
   };

@@ -134,5 +134,14 @@ TEST_F(Open, TheNameDecidesTheFormAndNothingOfAnEarlierUseStays) {
   }
 }
 
+TEST_F(Open, ASecondOneOnlyCountsWhateverItsName) {
+  open();
+  SSIB2_PRIVATE_DATA expected = handle;
+  expected.openCount = 2;
+  EXPECT_EQ(iOpenSSIB(&handle, L"sub.json"), EFI_SUCCESS);
+  EXPECT_EQ(std::memcmp(&handle, &expected, sizeof(handle)), 0);
+  EXPECT_EQ(transcript(), "");
+}
+
 }  // namespace
 }  // namespace test

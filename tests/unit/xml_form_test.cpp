@@ -104,6 +104,16 @@ TEST_F(XmlForm, ReadsTreesThatNoParserMakes) {
   EXPECT_EQ(entriesOf(root.get()), "[ Version=2 mask=36]") << "the last one holds";
 }
 
+TEST_F(XmlForm, ACommandThatBeginsWithAQuoteLosesItsEnds) {
+  const char *const rows[][2] = {{"\"abc\"", "abc"}, {"\"abc", "ab"},      {"\"", ""},
+                                 {"\"\"", ""},       {"\"a", ""},          {"abc\"", "abc\""},
+                                 {"", ""},           {" \"a\"", " \"a\""}, {"\"\"a\"\"", "\"a\""}};
+  for (const auto &[command, stored] : rows) {
+    const ssib::XmlTree root(service(), treeOf("<R/>"));
+    EXPECT_STREQ(addBlock(root, nullptr, command)->firstChild->value->text, stored) << command;
+  }
+}
+
 TEST_F(XmlForm, BlocksAreLinkedAsTheServiceWantsThem) {
   const ssib::XmlTree root(service(), treeOf("<R/>"));
   XML_NODE *first = addBlock(root, nullptr, "x"), *second = addBlock(root, first, "y"), *command = first->firstChild;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The partition storage: what it refuses, and that a file is either the old one or the new one, whatever happens to a
 // write.
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -213,6 +215,19 @@ TEST_F(Storage, AFailedWriteKeepsTheOldFile) {
     })) << buffering;
   }
   EXPECT_EQ(contents(), "old");
+}
+
+TEST_F(Storage, AFullDeviceKeepsTheOldFile) {
+  fs::create_directories(partition);
+  const auto mountSmall = [this] {
+    return unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount("none", partition.c_str(), "tmpfs", 0, "size=64k") == 0;
+  };
+  if (!inChild(mountSmall)) GTEST_SKIP() << "may not mount";
+  EXPECT_TRUE(inChild([&] {
+    return mountSmall() && write("old") == EFI_SUCCESS && write(std::string(100000, 'x')) == EFI_DEVICE_ERROR &&
+           contents() == "old" && write("new") == EFI_SUCCESS;
+  }));
 }
 
 TEST_F(Storage, TheSizeIsTheFilesAndThePositionStays) {
