@@ -73,9 +73,20 @@ void requireStored(const QueueName &name, bool stored) {
   if (!stored) refuse("write " + name.shown(), EFI_DEVICE_ERROR);
 }
 
-bool isReplaced(const QueueName &name, std::size_t number, const GivenFields &given) {
-  const Elements elements = storedElements(name);
-  return elements.size() >= number && hasFields(given, elements[number - 1]->entry);
+// Whether the file gave a field back as it was written. The quotes around a command line are not stored.
+bool cameBack(const Field &field, const SSIB_ENTRY &stored, const SSIB_ENTRY &written) {
+  if (field.kind == Field::Kind::Number) return numberOf(field, stored) == numberOf(field, written);
+  const char *text = stored.*field.text;
+  if (text == nullptr) return false;
+  const std::string wanted = written.*field.text;
+  return wanted == text || (field.text == &SSIB_ENTRY::Cmd_Line && wanted == '"' + std::string(text) + '"');
+}
+
+bool isReplaced(const Request &request, const SSIB_ENTRY &changed) {
+  const Elements elements = storedElements(request.queue);
+  return elements.size() >= request.number && std::ranges::all_of(request.fields, [&](const GivenField &item) {
+           return cameBack(*item.field, elements[request.number - 1]->entry, changed);
+         });
 }
 
 std::string actionOn(const char *verb, const Request &request) {
@@ -140,16 +151,17 @@ void replaceEntry(const Request &request) {
   const ChangeLock lock;
   openQueue(name);
   const Elements elements = elementsWith(name, request.number);
-  const OwnedEntry old = copyOfEntry(name, *elements[request.number - 1]);
-  const OwnedEntry changed = copyOfEntry(name, *elements[request.number - 1]);
+  SSIB_ENTRY_LIST &element = *elements[request.number - 1];
+  const OwnedEntry old = copyOfEntry(name, element);
+  const OwnedEntry changed = copyOfEntry(name, element);
   applyFields(request.fields, *changed);
-  requireOnlyMatch(action, elements, request.number, [&](const SSIB_ENTRY_LIST &element) {
-    return SSIBEntryCmp(&gSSSIB2pvt, old.get(), &element.entry) == 0;
+  requireOnlyMatch(action, elements, request.number, [&](const SSIB_ENTRY_LIST &other) {
+    return SSIBEntryCmp(&gSSSIB2pvt, old.get(), &other.entry) == 0;
   });
   require(iReplaceSSIBEntry(&gSSSIB2pvt, old.get(), changed.get()), action);
-  elements[request.number - 1]->fieldMask |= bitsOf(request.fields);
+  element.fieldMask |= bitsOf(request.fields);
   require(iCloseSSIB(&gSSSIB2pvt), "write " + name.shown());
-  requireStored(name, isReplaced(name, request.number, request.fields));
+  requireStored(name, isReplaced(request, *changed));
 }
 
 }  // namespace ssib

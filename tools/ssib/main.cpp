@@ -166,7 +166,10 @@ CLI::App *declareCommand(CLI::App &app, const Command &command, Arguments &argum
 }
 
 std::map<const CLI::App *, const Command *> declareAll(CLI::App &app, Arguments &arguments) {
-  app.set_version_flag("--version", "ssib " SSIB_VERSION);
+  app.set_version_flag("--version", [&app]() -> std::string {
+    if (app.get_subcommands().empty()) return "ssib " SSIB_VERSION;
+    throw Stop(Exit::Usage, "--version stands alone; the field's option is --version-number");
+  });
   app.add_option("-q,--queue", arguments.queue, "name of the queue's file; works behind the command, too")
       ->type_name("NAME")
       ->capture_default_str();
@@ -203,15 +206,10 @@ Exit run(int argc, char **argv) {
   const auto commands = declareAll(app, arguments);
   try {
     app.parse(argc, argv);
-  } catch (const CLI::CallForVersion &) {
-    if (!app.get_subcommands().empty())
-      throw Stop(Exit::Usage, "--version stands alone; the field's option is --version-number");
-    print("ssib " SSIB_VERSION "\n");
-    return Exit::Done;
   } catch (const CLI::ParseError &error) {
-    std::ostringstream help;
-    const int status = app.exit(error, help);
-    print(help.str());
+    std::ostringstream asked;  // help or version
+    const int status = app.exit(error, asked);
+    print(asked.str());
     return status == 0 ? Exit::Done : Exit::Usage;
   }
   const Request request = requestOf(arguments);

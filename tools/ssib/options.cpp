@@ -65,17 +65,6 @@ void checkText(Form form, const Field &field, const std::string &value) {
   if (problem != nullptr) refuseOption(field, std::string("the value has ") + problem);
 }
 
-bool hasField(const GivenField &given, const SSIB_ENTRY &entry) {
-  if (given.field->kind == Field::Kind::Number) {
-    std::uint32_t number = 0;
-    return parseNumber(given.value, given.field->largest, number) && numberOf(*given.field, entry) == number;
-  }
-  const char *text = entry.*given.field->text;
-  if (text == nullptr) return false;
-  const bool losesQuotes = given.field->text == &SSIB_ENTRY::Cmd_Line && given.value.size() > 1;
-  return given.value == text || (losesQuotes && given.value == '"' + std::string(text) + '"');
-}
-
 }  // namespace
 
 bool parseNumber(const std::string &text, std::uint32_t largest, std::uint32_t &number) {
@@ -110,10 +99,6 @@ void applyFields(const GivenFields &given, SSIB_ENTRY &entry) {
     parseNumber(item.value, item.field->largest, number);
     setNumber(*item.field, entry, number);
   }
-}
-
-bool hasFields(const GivenFields &given, const SSIB_ENTRY &entry) {
-  return std::ranges::all_of(given, [&](const GivenField &item) { return hasField(item, entry); });
 }
 
 std::uint32_t bitsOf(const GivenFields &given) {

@@ -31,9 +31,6 @@ void checkFields(Form form, const GivenFields &given);
 /** Puts checked values into an entry that owns its texts. */
 void applyFields(const GivenFields &given, SSIB_ENTRY &entry);
 
-/** Whether an entry that was read from a file has the values. */
-bool hasFields(const GivenFields &given, const SSIB_ENTRY &entry);
-
 /** The field mask's bits of the fields given. */
 std::uint32_t bitsOf(const GivenFields &given);
 
