@@ -40,7 +40,7 @@ EFI_STATUS findDebugLog(void **log) {
   if (target == nullptr || *target == '\0') return EFI_SUCCESS;
   std::FILE *opened = std::strcmp(target, "stderr") == 0 ? stderr : std::fopen(target, "ae");
   if (opened == nullptr) return EFI_DEVICE_ERROR;
-  std::setvbuf(opened, nullptr, _IONBF, 0);  // a line is one write
+  if (opened != stderr) std::setvbuf(opened, nullptr, _IONBF, 0);  // a line is one write, as on stderr
   if (sink != nullptr && sink != stderr) std::fclose(sink);
   sink = opened;
   *log = &service;

@@ -14,8 +14,8 @@
 //
 // No operation recurses or throws; each costs time linear in the tree. Statuses of all four:
 //   EFI_INVALID_PARAMETER  a null argument, a null or empty name or image; a document that is not well-formed; a tree
-//                          that XML cannot hold: control characters other than tab, line feed and carriage return, a name that
-//                          is none, two attributes of one name on one element
+//                          that XML cannot hold: control characters other than tab, line feed and carriage return, a
+//                          name that is none, two attributes of one name on one element
 //   EFI_OUT_OF_RESOURCES   no memory
 // Whatever they return, the out-parameter is null unless it is EFI_SUCCESS, and nothing stays allocated.
 #pragma once
