@@ -54,8 +54,16 @@ typedef struct EFI_GUID {
   uint8_t Data4[8];
 } EFI_GUID;
 
+/** The debug-log service, as an initialiser. */
+#define VYX_DEBUG_LOG_GUID                           \
+  {                                                  \
+    0xF50F3C1A, 0xE995, 0x4D59, {                    \
+      0x86, 0x34, 0xD5, 0x7C, 0x5A, 0xC6, 0xD6, 0xAF \
+    }                                                \
+  }
+
 /**
- * The debug-log service, found by gQuorDebugGUID. The library uses Print alone, always with level 0x800000.
+ * The debug-log service, found by VYX_DEBUG_LOG_GUID. The library uses Print alone, always with level 0x800000.
  *
  * Print formats `format` (a wide string) with the values that follow it: "%d" and "%x" take an int, "%s" a single-byte
  * string, "%ls" a wide string, "%r" an EFI_STATUS. Strings are never null. `tag` names the part of the library that

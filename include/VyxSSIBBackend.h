@@ -47,6 +47,14 @@ extern "C" {
 #define SSIB_MODE_DEFAULT 0U  /**< XML queue file */
 #define SSIB_MODE_BIOS_SMA 1U /**< JSON task list */
 
+/** Names of queue files: the main ones, and what a name has in it that makes the file a task list. */
+#define SSIB_MAIN_QUEUE L"Main.ssib"
+#define SSIB_MAIN_TASK_LIST L"BIOS_task_list.json"
+#define SSIB_TASK_LIST_MARK L"json"
+
+/** The partition of all queue files: the initial value of sVarskPartition, and what task lists always use. */
+#define SSIB_PARTITION L"VAR025"
+
 /** Bits of a field mask: which optional fields of an entry are valid. All other fields are always valid. */
 #define SSIB_FIELD_RB_REQ 0x01U
 #define SSIB_FIELD_RB_TYPE 0x02U
@@ -54,6 +62,20 @@ extern "C" {
 #define SSIB_FIELD_RTN_CODE 0x08U
 #define SSIB_FIELD_RT_COUNT 0x10U
 #define SSIB_FIELD_JOB_ID 0x20U
+
+/** Bytes of a text that count when entries are deleted and compared. */
+#define SSIB_COMPARED_JOB_ID 64U /**< of Job_ID */
+#define SSIB_COMPARED_SHORT 16U  /**< of LU_Category and Job_Type */
+#define SSIB_COMPARED_LONG 256U  /**< of every other text */
+
+/** The longest text, in bytes, that a task list stores; the rest of a longer one is dropped. */
+#define SSIB_TASK_LIST_TEXT_MAX 4095U
+
+/** What adding writes into a Timeout of 0. */
+#define SSIB_DEFAULT_TIMEOUT 600U
+
+/** The priority of every entry that was read from a file. */
+#define SSIB_PRIORITY_FROM_FILE 3U
 
 /** Where iAddToSSIBQueue puts an entry, and the priority that it gets. Entries read from a file have priority 3. */
 #define SSIB_ADD_PREPEND_HI 1U /**< behind the entries of priority 1, ahead of all others */
@@ -128,12 +150,20 @@ struct SSIB2_PRIVATE_DATA {
   uint8_t mode;                   /**< form of the queue: set by an open, SSIB_MODE_DEFAULT after the last close */
 } VYX_PACKED;
 
+/** This library's queue protocol, version 2, as an initialiser. */
+#define SSIB_PROTOCOL2_GUID                          \
+  {                                                  \
+    0xCBABD3BD, 0xC477, 0x4C90, {                    \
+      0x9C, 0x53, 0x53, 0x1E, 0x2A, 0x1B, 0xDE, 0xA2 \
+    }                                                \
+  }
+
 /* ---- Exported data ----------------------------------------------------------------------------------------------- */
 
 extern SSIB2_PRIVATE_DATA gSSSIB2pvt;    /**< the handle that vyxSSIB2LinuxInitBackend sets up */
 extern DEBUG_LOG_PROTOCOL *vyxSsibDebug; /**< the debug-log service in use; null when there is none */
-/** L"VAR025": the partition of all queue files; 7 characters, writable. Whether a task list exists is asked here, but task
-    lists are always read from, and written to, L"VAR025". */
+/** SSIB_PARTITION: the partition of all queue files; 7 characters, writable. Whether a task list exists is asked here, but task
+    lists are always read from, and written to, SSIB_PARTITION. */
 extern wchar_t sVarskPartition[];
 extern const EFI_GUID gQuorEfiXMLProtocolGuid2; /**< the XML service, XML_SERVICE_PROTOCOL */
 extern const EFI_GUID gQuorDebugGUID;           /**< the debug-log service, DEBUG_LOG_PROTOCOL */

@@ -51,7 +51,15 @@ struct XML_NODE {
   XML_NODE_LINK prevSibling;     /**< null at the front, and everywhere in a copied chain */
 } VYX_PACKED;
 
-/** The XML service, found by gQuorEfiXMLProtocolGuid2. Every operation takes the table itself first. */
+/** The XML service, as an initialiser. */
+#define VYX_XML_SERVICE_GUID                         \
+  {                                                  \
+    0x0ED2B96E, 0x12E5, 0x4DA8, {                    \
+      0xA6, 0x87, 0x89, 0xF0, 0x2B, 0xE9, 0x1C, 0x2C \
+    }                                                \
+  }
+
+/** The XML service, found by VYX_XML_SERVICE_GUID. Every operation takes the table itself first. */
 struct XML_SERVICE_PROTOCOL {
   void *Reserved[2];
 

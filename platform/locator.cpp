@@ -21,8 +21,8 @@ struct Provider {
   EFI_STATUS (*find)(void **instance);
 };
 constexpr Provider kProviders[] = {
-    {{0x0ED2B96E, 0x12E5, 0x4DA8, {0xA6, 0x87, 0x89, 0xF0, 0x2B, 0xE9, 0x1C, 0x2C}}, findXmlService},
-    {{0xF50F3C1A, 0xE995, 0x4D59, {0x86, 0x34, 0xD5, 0x7C, 0x5A, 0xC6, 0xD6, 0xAF}}, findDebugLog},
+    {VYX_XML_SERVICE_GUID, findXmlService},
+    {VYX_DEBUG_LOG_GUID, findDebugLog},
 };
 
 EFI_STATUS findInstance(const EFI_GUID &guid, void **instance) {

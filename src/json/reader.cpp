@@ -132,7 +132,7 @@ class TaskListReader {
       return EFI_OUT_OF_RESOURCES;
     }
     readValues(findKeys(object), element->entry);
-    element->priority = kPriorityFromFile;
+    element->priority = SSIB_PRIORITY_FROM_FILE;
     say(L"INFO: before insert");
     append(element);
     say(L"INFO: after insert");

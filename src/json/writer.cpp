@@ -41,7 +41,7 @@ class OutputBuffer {
   }
 
  private:
-  char text_[4096];
+  char text_[SSIB_TASK_LIST_TEXT_MAX + 1];
   std::size_t length_ = 0;  // without the terminating zero
 };
 

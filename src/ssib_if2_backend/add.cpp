@@ -12,8 +12,6 @@ using namespace ssib;
 
 namespace {
 
-constexpr std::uint32_t kDefaultTimeout = 600;
-
 struct AddLocation {
   std::uint32_t code;  // also the priority of what is added
   bool atTheEnd;       // whatever the priorities in the list
@@ -40,7 +38,7 @@ bool hasNull(std::uint32_t count, SSIB_ENTRY *const *entries) {
 void applyDefaultTimeout(SSIB_ENTRY &entry) {
   if (entry.Timeout != 0) return;
   log(L"WARNING: Invalid Timeout of 0, replacing with default value (600).");
-  entry.Timeout = kDefaultTimeout;
+  entry.Timeout = SSIB_DEFAULT_TIMEOUT;
 }
 
 void addString(const StringField &field, const SSIB_ENTRY &source, SSIB_ENTRY_LIST &element) {

@@ -63,17 +63,17 @@ struct StringField {
 
 // In record order.
 inline constexpr StringField kStrings[] = {
-    SSIB_STRING(Job_ID, 64, SSIB_FIELD_JOB_ID, kMatchedInXml | kComparedWhenAbsent),
-    SSIB_STRING(Cmd_Line, 256, 0, kMatchedInXml | kComparedWhenAbsent),
-    SSIB_STRING(Task_Name, 256, 0, kMatchedInXml | kComparedWhenAbsent),
-    SSIB_STRING(LU_Category, 16, 0, kMatchedInXml | kComparedWhenAbsent),
-    SSIB_STRING(Display_Name, 256, 0, kMatchedInTaskList | kComparedInTaskList),
-    SSIB_STRING(Job_Type, 16, 0, kMatchedInTaskList | kComparedInTaskList),
-    SSIB_STRING(FQDD, 256, 0, kMatchedInTaskList | kComparedInTaskList),
-    SSIB_STRING(Resource_URI, 256, 0, kMatchedInTaskList),
-    SSIB_STRING(Resource_Type, 256, 0, kMatchedInTaskList),
-    SSIB_STRING(Resource_Namespace, 256, 0, kMatchedInTaskList | kComparedInTaskList),
-    SSIB_STRING(Target_Version, 256, 0, 0),
+    SSIB_STRING(Job_ID, SSIB_COMPARED_JOB_ID, SSIB_FIELD_JOB_ID, kMatchedInXml | kComparedWhenAbsent),
+    SSIB_STRING(Cmd_Line, SSIB_COMPARED_LONG, 0, kMatchedInXml | kComparedWhenAbsent),
+    SSIB_STRING(Task_Name, SSIB_COMPARED_LONG, 0, kMatchedInXml | kComparedWhenAbsent),
+    SSIB_STRING(LU_Category, SSIB_COMPARED_SHORT, 0, kMatchedInXml | kComparedWhenAbsent),
+    SSIB_STRING(Display_Name, SSIB_COMPARED_LONG, 0, kMatchedInTaskList | kComparedInTaskList),
+    SSIB_STRING(Job_Type, SSIB_COMPARED_SHORT, 0, kMatchedInTaskList | kComparedInTaskList),
+    SSIB_STRING(FQDD, SSIB_COMPARED_LONG, 0, kMatchedInTaskList | kComparedInTaskList),
+    SSIB_STRING(Resource_URI, SSIB_COMPARED_LONG, 0, kMatchedInTaskList),
+    SSIB_STRING(Resource_Type, SSIB_COMPARED_LONG, 0, kMatchedInTaskList),
+    SSIB_STRING(Resource_Namespace, SSIB_COMPARED_LONG, 0, kMatchedInTaskList | kComparedInTaskList),
+    SSIB_STRING(Target_Version, SSIB_COMPARED_LONG, 0, 0),
 };
 
 #undef SSIB_STRING

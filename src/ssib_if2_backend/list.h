@@ -8,8 +8,6 @@
 
 namespace ssib {
 
-inline constexpr std::uint8_t kPriorityFromFile = 3;
-
 // Releases a whole list with all that its elements own (without a service, all but their Nodes); null is an empty list.
 // The handle that holds the list clears its pointers itself.
 void le_free_list(XML_SERVICE_PROTOCOL *service, SSIB_ENTRY_LIST *first);

@@ -43,7 +43,7 @@ EFI_STATUS construct(PrivateHandle &handle, const wchar_t *failed) {
 const wchar_t *chooseMain(std::uint8_t mode) {
   const bool isTaskList = mode == SSIB_MODE_BIOS_SMA;
   say(isTaskList ? L"Merging to smajob.json" : L"Merging to Main.ssib");
-  return isTaskList ? kMainTaskList : kMainQueue;
+  return isTaskList ? SSIB_MAIN_TASK_LIST : SSIB_MAIN_QUEUE;
 }
 
 void moveEntries(SSIB2_PRIVATE_DATA &from, SSIB2_PRIVATE_DATA &to) {

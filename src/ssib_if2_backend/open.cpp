@@ -14,8 +14,6 @@ using namespace ssib;
 
 namespace {
 
-constexpr wchar_t kTaskListMark[] = L"json";
-
 // What the two paths do alike they report under different names.
 struct OpenLines {
   const wchar_t *freeingList;
@@ -256,6 +254,6 @@ extern "C" EFI_STATUS iOpenSSIB(SSIB2_PRIVATE_DATA *SSIB2, const wchar_t *fileNa
     ++SSIB2->openCount;
     return EFI_SUCCESS;
   }
-  const bool isTaskList = std::wcsstr(fileName, kTaskListMark) != nullptr;
+  const bool isTaskList = std::wcsstr(fileName, SSIB_TASK_LIST_MARK) != nullptr;
   return isTaskList ? openTaskList(*SSIB2, fileName) : openXml(*SSIB2, fileName);
 }

@@ -14,10 +14,7 @@ inline constexpr char kBackendSource[] = "ssib_if2_backend";
 inline constexpr char kJsonSource[] = "json";
 
 // The task lists' own access names the partition itself, whatever a caller has made of sVarskPartition.
-inline constexpr wchar_t kTaskListPartition[] = L"VAR025";
-
-inline constexpr wchar_t kMainQueue[] = L"Main.ssib";
-inline constexpr wchar_t kMainTaskList[] = L"BIOS_task_list.json";
+inline constexpr wchar_t kTaskListPartition[] = SSIB_PARTITION;
 
 inline constexpr char kForReading[] = "r";
 inline constexpr char kForWriting[] = "w";

@@ -19,13 +19,11 @@ extern "C" {
 
 SSIB2_PRIVATE_DATA gSSSIB2pvt;
 DEBUG_LOG_PROTOCOL *vyxSsibDebug;
-wchar_t sVarskPartition[] = L"VAR025";
+wchar_t sVarskPartition[] = SSIB_PARTITION;
 
-const EFI_GUID gQuorEfiXMLProtocolGuid2 = {
-    0x0ED2B96E, 0x12E5, 0x4DA8, {0xA6, 0x87, 0x89, 0xF0, 0x2B, 0xE9, 0x1C, 0x2C}};
-const EFI_GUID gQuorDebugGUID = {0xF50F3C1A, 0xE995, 0x4D59, {0x86, 0x34, 0xD5, 0x7C, 0x5A, 0xC6, 0xD6, 0xAF}};
-const EFI_GUID gEfiVyxSSIBProtocol2Guid = {
-    0xCBABD3BD, 0xC477, 0x4C90, {0x9C, 0x53, 0x53, 0x1E, 0x2A, 0x1B, 0xDE, 0xA2}};
+const EFI_GUID gQuorEfiXMLProtocolGuid2 = VYX_XML_SERVICE_GUID;
+const EFI_GUID gQuorDebugGUID = VYX_DEBUG_LOG_GUID;
+const EFI_GUID gEfiVyxSSIBProtocol2Guid = SSIB_PROTOCOL2_GUID;
 
 EFI_STATUS FindAProtocol(const EFI_GUID *guid, void **instance) {
   if (guid == nullptr || instance == nullptr) return EFI_INVALID_PARAMETER;

@@ -81,7 +81,7 @@ class ContentReader {
 };
 
 bool readBlock(XML_SERVICE_PROTOCOL *service, const XML_NODE &block, SSIB_ENTRY_LIST &element) {
-  element.priority = kPriorityFromFile;
+  element.priority = SSIB_PRIORITY_FROM_FILE;
   for (const XML_ATTRIBUTE *attribute = block.attributes; attribute != nullptr; attribute = attribute->next) {
     if (!readAttribute(*attribute, element)) return false;
   }

@@ -19,9 +19,11 @@ failures=0
     $7 == "UND" { if (version !~ /^GLIBC_/) print "undefined", name; next }
     $4 == "FUNC" { print "function", name, version }
     $4 == "OBJECT" && $7 != "ABS" { print "data", name, $3, version }'
-  grep -hE '^#define (SSIB|EFI)_[A-Z0-9_]+ ' "$include"/*.h | awk '{ print "constant", $2 }'
+  grep -hE '^#define (SSIB|EFI)_[A-Z0-9_]+ ' "$include"/*.h | awk '
+    $3 ~ /^L"/ { print "text", $2, $3; next }
+    $3 != "\\" { print "constant", $2 }'
 } | LC_ALL=C sort >"$work/built"
-grep -E '^(soname|needed|undefined|function|data|constant) ' "$listing" |
+grep -E '^(soname|needed|undefined|function|data|constant|text) ' "$listing" |
   awk '$1 == "constant" { print $1, $2; next } { print }' | LC_ALL=C sort >"$work/listed"
 diff "$work/listed" "$work/built" || failures=1
 

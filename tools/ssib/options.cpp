@@ -11,7 +11,6 @@ namespace ssib {
 namespace {
 
 // The JSON writer's limit, in bytes.
-constexpr std::size_t kLongestTaskListValue = 4095;
 
 // Finding a key, the task list's reader takes the first quoted text that equals it, be it a value.
 constexpr const char *kTaskListKeys[] = {"JobType",      "DisplayName",       "FQDD",         "JOBID", "ResourceURI",
@@ -40,7 +39,7 @@ const char *problemInXml(const Field &field, const std::string &value) {
 
 const char *problemInTaskList(const std::string &value) {
   if (value.empty()) return "no characters, which a task list reads back as no value";
-  if (value.size() > kLongestTaskListValue) return "more than 4095 bytes, of which the rest would not be stored";
+  if (value.size() > SSIB_TASK_LIST_TEXT_MAX) return "more than 4095 bytes, of which the rest would not be stored";
   if (hasControl(value, "")) return "a control character, which a task list cannot hold";
   if (value.find_first_of("\"\\{}[]") != std::string::npos) {
     return "one of the characters \" \\ { } [ ], which a task list cannot hold";

@@ -39,7 +39,7 @@ QueueName::QueueName(const std::string &given) : shown_(escaped(given)) {
 }
 
 Form QueueName::form() const {
-  return wide_.find(L"json") != std::wstring::npos ? Form::TaskList : Form::Xml;
+  return wide_.find(SSIB_TASK_LIST_MARK) != std::wstring::npos ? Form::TaskList : Form::Xml;
 }
 
 QueueName QueueName::mainQueue() const {
