@@ -1,40 +1,43 @@
-# Thin wrappers over the CMake presets and scripts/setup. Each command sets up what it lacks on a fresh Debian machine.
-#   make COMMAND [PRESET=i686|i686-asan|armhf|host]
+# Thin wrappers over the CMake presets and scripts/. Each command sets up what it lacks on a fresh Debian machine.
+#   make COMMAND [PRESET=i686|i686-asan|armhf|host|host-asan]
 
 PRESET ?= i686
 FUZZ_SECONDS ?= 60
 BUILD := build/$(PRESET)
+SETUP := @scripts/setup $(PRESET)
+CONFIGURE := @[ -e $(BUILD)/build.ninja ] || cmake --preset $(PRESET)
+COMPILE := @cmake --build --preset $(PRESET)
 
-.PHONY: demo test build setup bench fuzz coverage format lint install clean
+.PHONY: build demo test bench fuzz coverage format lint install clean
 
-demo: build
+build:
+	$(SETUP)
+	$(CONFIGURE)
+	$(COMPILE)
+
+demo:
+	$(SETUP)
+	$(CONFIGURE)
+	$(COMPILE) --target ssib
 	@scripts/demo $(BUILD)
 
 test:
-	@scripts/setup $(PRESET) test
-	@$(MAKE) --no-print-directory build
-	ctest --preset $(PRESET)
-
-build: setup
-	@[ -e $(BUILD)/build.ninja ] || cmake --preset $(PRESET)
-	@cmake --build --preset $(PRESET)
-
-setup:
-	@scripts/setup $(PRESET)
+	$(SETUP) test
+	$(CONFIGURE)
+	$(COMPILE)
+	@ctest --preset $(PRESET)
 
 bench:
-	@scripts/setup $(PRESET) bench
-	@$(MAKE) --no-print-directory build
-	@cmake --build --preset $(PRESET) --target bench
+	$(SETUP) bench
+	$(CONFIGURE)
+	$(COMPILE) --target bench
 	@scripts/bench $(BUILD)
 
 fuzz:
-	@scripts/setup i686 fuzz
-	@scripts/fuzz $(FUZZ_SECONDS)
+	@scripts/fuzz $(PRESET) $(FUZZ_SECONDS)
 
 coverage:
-	@scripts/setup host coverage
-	@scripts/coverage
+	@scripts/coverage $(PRESET)
 
 format:
 	@scripts/setup host lint

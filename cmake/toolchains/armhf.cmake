@@ -1,9 +1,8 @@
-# 32-bit Arm with hard floats: the kind of chip that the library ships on. Programs run under qemu-user.
+# 32-bit Arm with hard floats: the kind of chip that the library ships on.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR arm)
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L /usr/arm-linux-gnueabihf)
 set(VYXSSIB_SYSROOT ${CMAKE_CURRENT_LIST_DIR}/../../build/sysroot/armhf/root)
 set(VYXSSIB_SYSROOT_TRIPLET arm-linux-gnueabihf)
 include(${CMAKE_CURRENT_LIST_DIR}/cross.cmake)

@@ -1,4 +1,4 @@
-# 32-bit x86 with Debian's cross compiler. The programs run on an x86-64 machine as they are.
+# 32-bit x86 with Debian's cross compiler.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR i686)
 set(CMAKE_C_COMPILER i686-linux-gnu-gcc)

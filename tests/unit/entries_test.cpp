@@ -65,7 +65,7 @@ TEST_F(Get, HandsOutACopyOfEverythingAndReportsEachStep) {
   ASSERT_EQ(iPeekSSIBNextEntry(&handle, &entries[0]), EFI_SUCCESS);
   ASSERT_EQ(iGetSSIBNextEntry(&handle, &entries[1]), EFI_SUCCESS);
   EXPECT_EQ(transcript(), said + "|iGetSSIBNextEntry - Done.\n");
-  EXPECT_EQ(handle.ssibEntryListPtr, nullptr);
+  EXPECT_EQ(+handle.ssibEntryListPtr, nullptr);
   EXPECT_EQ(iDeleteSSIBEntry(&handle, &entries[0]), EFI_SUCCESS);
   for (SSIB_ENTRY &entry : entries) {
     EXPECT_EQ(textOf(entry), kFull);
@@ -132,7 +132,7 @@ TEST_F(EntryTest, BadArgumentsAreRefusedSilentlyAndChangeNothing) {
   }
   EXPECT_EQ(transcript() + textOf(job), "");
   EXPECT_EQ(listOf(handle), Texts{"a"});
-  EXPECT_EQ(handle.ssibEntryListPtr, handle.ssibEntryListHead);
+  EXPECT_EQ(+handle.ssibEntryListPtr, +handle.ssibEntryListHead);
   EXPECT_EQ(instance, &handle);
   EXPECT_EQ(iAddToSSIBQueue(&handle, 0, nullptr, 0, 5), EFI_SUCCESS);
   EXPECT_EQ(transcript(), "|iAddToSSIBQueue - 0 entries addlocation = 5\n");
@@ -161,7 +161,7 @@ TEST_F(Delete, ReportsEachStepAndRemovingWritesTheFileUnlessNothingMatched) {
   EXPECT_TRUE(transcript().starts_with(removing + found + moved + done + deleted + "0.\n" + flushing)) << transcript();
   EXPECT_EQ(host().logTexts().back(), "iRemoveFromSSIBQueue  - flush returned with 0");
   EXPECT_EQ(host().file(L"Main.ssib"), documentOf({}));
-  EXPECT_EQ(handle.ssibEntryListPtr, nullptr);
+  EXPECT_EQ(+handle.ssibEntryListPtr, nullptr);
 }
 
 }  // namespace

@@ -161,8 +161,8 @@ TEST_F(Json, OpensFailuresHaveTheirStatusTheirLineAndTheFixedPartition) {
     EXPECT_EQ(iOpenSSIB(&handle, kName), status);
     EXPECT_EQ(handle.openCount, 0U);
     EXPECT_EQ(handle.mode, SSIB_MODE_BIOS_SMA);
-    EXPECT_EQ(handle.ssibFileName != nullptr, keepsName);
-    EXPECT_EQ(handle.ssibEntryListHead, nullptr);
+    EXPECT_EQ(+handle.ssibFileName != nullptr, keepsName);
+    EXPECT_EQ(+handle.ssibEntryListHead, nullptr);
     EXPECT_EQ(host().calls.back(), lastCall);
     EXPECT_EQ(host().logTexts().back(), lastLine);
   }
@@ -232,7 +232,7 @@ TEST_F(Json, OddTextsAreScannedByTheRules) {
   for (const auto &[label, text, status, expected] : rows) {
     EXPECT_EQ(parse(text), status) << label;
     EXPECT_EQ(jobs(), expected) << label;
-    EXPECT_EQ(handle.ssibEntryListPtr, handle.ssibEntryListHead) << label;
+    EXPECT_EQ(+handle.ssibEntryListPtr, +handle.ssibEntryListHead) << label;
   }
 }
 
@@ -242,13 +242,13 @@ TEST_F(Json, ATextThatIsNoListLeavesListAndCursorAlone) {
   handle.ssibEntryListPtr = second;
   for (const char *text : {static_cast<const char *>(nullptr), "{}", "[[]"}) {
     EXPECT_EQ(iParseFromJSON(&handle, text), EFI_INVALID_PARAMETER);
-    EXPECT_EQ(handle.ssibEntryListPtr, second);
+    EXPECT_EQ(+handle.ssibEntryListPtr, second);
   }
   const std::string enter = "iParseFromJSON: Enter.\nERROR: invalid parameter ";
   EXPECT_EQ(events(), enter + "1.\n" + enter + "2.\n" + enter + "3.\n");
   EXPECT_EQ(iParseFromJSON(nullptr, "[]"), EFI_INVALID_PARAMETER);
   EXPECT_EQ(iParseFromJSON(&handle, "[{\"FQDD\":\"third\"}]"), EFI_SUCCESS);
-  EXPECT_EQ(handle.ssibEntryListPtr, handle.ssibEntryListHead);
+  EXPECT_EQ(+handle.ssibEntryListPtr, +handle.ssibEntryListHead);
   EXPECT_EQ(jobs(), (Texts{"UPDATE/dev-0001", "-/dev-0002", "-/third"}));
 }
 

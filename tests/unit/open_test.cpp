@@ -127,9 +127,9 @@ TEST_F(Open, TheNameDecidesTheFormAndNothingOfAnEarlierUseStays) {
        {L"BIOS_task_list.json", L"json", L"my.jsonx", L"BIOS_task_list.JSON", L"jso.n", L""}) {
     leaveOldContents();
     EXPECT_EQ(iOpenSSIB(&handle, name.c_str()), EFI_SUCCESS);
-    EXPECT_EQ(handle.ssibEntryListHead, nullptr);
+    EXPECT_EQ(+handle.ssibEntryListHead, nullptr);
     EXPECT_EQ(handle.mode, name.find(L"json") == std::wstring::npos ? SSIB_MODE_DEFAULT : SSIB_MODE_BIOS_SMA) << name;
-    EXPECT_EQ(handle.ssibFileName, name);
+    EXPECT_EQ(+handle.ssibFileName, name);
     iCloseSSIB(&handle);
   }
 }

@@ -33,7 +33,7 @@ std::string readAll(int pipe) {
 }
 
 Arguments command(Arguments before, const std::string &line, const Arguments &more) {
-  for (const Arguments &part : {words(VYX_EMULATOR), {SSIB_PROGRAM}, words(line), more})
+  for (const Arguments &part : {{VYXSSIB_RUN, SSIB_PROGRAM}, words(line), more})
     before.insert(before.end(), part.begin(), part.end());
   return before;
 }
