@@ -110,6 +110,15 @@ void endText(Builder &builder) {
   builder.text.truncate(outer);
 }
 
+// How many bytes of the document the event at hand stands for.
+auto eventBytes(XML_Parser parser) {
+#if XML_MAJOR_VERSION * 100 + XML_MINOR_VERSION >= 209
+  return XML_GetCurrentByteCount64(parser);
+#else
+  return XML_GetCurrentByteCount(parser);
+#endif
+}
+
 void onStart(void *data, const char *name, const char **attributes) {
   auto &builder = *static_cast<Builder *>(data);
   if (builder.failure != EFI_SUCCESS) return;
@@ -124,7 +133,7 @@ void onEnd(void *data, const char *) {
   auto &builder = *static_cast<Builder *>(data);
   if (builder.failure != EFI_SUCCESS) return;
   XML_NODE *node = builder.current;
-  const bool emptyTag = XML_GetCurrentByteCount(builder.parser) == 0;  // "<X/>": its end has no bytes of its own
+  const bool emptyTag = eventBytes(builder.parser) == 0;  // "<X/>": its end has no bytes of its own
   if (builder.openText.counts || (node->firstChild == nullptr && !emptyTag)) {
     const std::size_t start = builder.openText.start;
     node->value = newString(builder, builder.text.data() + start, builder.text.size() - start);
@@ -146,8 +155,7 @@ void onText(void *data, const char *text, int length) {
   if (builder.failure != EFI_SUCCESS) return;
   OpenText &open = builder.openText;
   // White space itself takes a byte, a line end at most two; a reference to it four or more.
-  if (!open.counts)
-    open.counts = !isWhite(text, length) || (length == 1 && XML_GetCurrentByteCount(builder.parser) > 2);
+  if (!open.counts) open.counts = !isWhite(text, length) || (length == 1 && eventBytes(builder.parser) > 2);
   if (!builder.text.append(text, static_cast<std::size_t>(length))) builder.fail(EFI_OUT_OF_RESOURCES);
 }
 
