@@ -1,0 +1,117 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Runs sessions: shell commands and what they print, recorded in a text file or in ```console blocks of a page.
+
+  # Title          begins a session, in a flash of its own: an empty directory, the current one and $VARSK_ROOT
+  $ COMMAND        finds PROGRAMs and what stands beside the file along PATH; $ROUNDS says how often to try what is slow
+  > MORE           goes on with the command
+  printed          a line of standard output; in it "..." is any text, and alone any lines
+  ! printed        a line of standard error
+  ? 3              the exit status, when it is not 0
+
+What stands before the first command of a session is a comment; blank lines after an output are not compared.
+"""
+import argparse, difflib, os, pathlib, re, subprocess, sys, tempfile
+
+
+class Command:
+    def __init__(self, line, title):
+        self.lines, self.title, self.recorded, self.blanks = [line], title, [], []
+
+    def add(self, line):
+        if line.startswith("> ") and not self.recorded:
+            self.lines.append(line)
+        elif line == "":
+            self.blanks.append(line)
+        else:
+            self.recorded += self.blanks + [line]
+            self.blanks = []
+
+    def run(self, environment):
+        flash = environment["VARSK_ROOT"]
+        text = "\n".join(line[2:] for line in self.lines)
+        done = subprocess.run(["sh", "-c", text], stdin=subprocess.DEVNULL, capture_output=True, cwd=flash,
+                              env=environment)
+        out, err = (stream.decode("utf-8", "backslashreplace").replace(flash, "$VARSK_ROOT")
+                    for stream in (done.stdout, done.stderr))
+        if out and not out.endswith("\n"):
+            out += "\n\\ no line end\n"
+        status = ["? %d" % done.returncode] if done.returncode != 0 else []
+        return out.rstrip("\n").split("\n") * (out != "") + ["! " + line for line in err.splitlines()] + status
+
+    def is_recorded(self, actual):
+        pattern = [r"(.*\n)*" if line == "..." else re.escape(line).replace(r"\.\.\.", ".*") + "\n"
+                   for line in self.recorded]
+        return re.fullmatch("".join(pattern), "".join(line + "\n" for line in actual)) is not None
+
+
+def parse(path):
+    """The file as a list of plain lines and of Commands with what belongs to them."""
+    items, title, command, is_page, is_open = [], "", None, path.suffix == ".md", path.suffix != ".md"
+    for line in path.read_text().split("\n")[:-1]:
+        if is_page and line.startswith("```"):
+            is_open, command = line == "```console", None
+        elif re.match(r"#+ \S", line):
+            title, command = line.lstrip("#").strip(), None
+        elif is_open and line.startswith("$ "):
+            command = Command(line, title)
+            items.append(command)
+            continue
+        elif command:
+            command.add(line)
+            continue
+        items.append(line)
+    return items
+
+
+def prepare(base, arguments):
+    """The environment of the sessions, with a wrapper for each program."""
+    (base / "bin").mkdir()
+    for program in arguments.programs:
+        wrapper = base / "bin" / program.name
+        wrapper.write_text('#!/bin/sh\nexec %s %s "$@"\n' % (arguments.run, program.resolve()))
+        wrapper.chmod(0o755)
+    path = "%s:%s:%s" % (base / "bin", arguments.file.resolve().parent, os.environ["PATH"])
+    hidden = ("QUOR_DEBUG", "QUOR_TRACE")
+    is_emulated = arguments.run != "env" and "VYXSSIB_EMULATED" in pathlib.Path(arguments.run).read_text()
+    return {key: value for key, value in os.environ.items() if key not in hidden} | {
+        "PATH": path, "VARSK_ROOT": str(base / "flash"), "VARSK_SYNC": "0", "LC_ALL": "C",
+        "ROUNDS": "20" if is_emulated else "200"}
+
+
+def run_session(commands, arguments):
+    """Whether all commands did what is recorded; prints or rewrites what differs."""
+    with tempfile.TemporaryDirectory() as base:
+        environment = prepare(pathlib.Path(base), arguments)
+        os.mkdir(environment["VARSK_ROOT"])
+        ran = [(command, command.run(environment)) for command in commands]
+    differs = [(command, actual) for command, actual in ran if not command.is_recorded(actual)]
+    for command, actual in differs:
+        print("\n".join(["", "# " + command.title] + command.lines))
+        print("\n".join(list(difflib.unified_diff(command.recorded, actual, "recorded", "actual", lineterm=""))[2:]))
+        if arguments.rewrite:
+            command.recorded = actual
+    return not differs
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("file", type=pathlib.Path)
+    parser.add_argument("programs", type=pathlib.Path, nargs="*", metavar="PROGRAM")
+    parser.add_argument("--run", default="env", help="build/PRESET/run, which starts the programs of a build")
+    parser.add_argument("--only", metavar="TITLE", help="run one session")
+    parser.add_argument("--rewrite", action="store_true", help="record what is printed now")
+    arguments = parser.parse_args()
+    items, sessions = parse(arguments.file), {}
+    for item in items:
+        if isinstance(item, Command) and arguments.only in (None, item.title):
+            sessions.setdefault(item.title, []).append(item)
+    results = [run_session(commands, arguments) for commands in sessions.values()]
+    if arguments.rewrite:
+        texts = ["\n".join(i.lines + i.recorded + i.blanks) if isinstance(i, Command) else i for i in items]
+        arguments.file.write_text("\n".join(texts) + "\n")
+    return 0 if results and all(results) else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
