@@ -48,15 +48,14 @@ void addString(const StringField &field, const SSIB_ENTRY &source, SSIB_ENTRY_LI
 }
 
 // An element with copies of all that the entry points to; null when there is no memory for the element.
-SSIB_ENTRY_LIST *newElement(XML_SERVICE_PROTOCOL *service, const SSIB_ENTRY &entry, std::uint32_t fieldMask,
-                            const AddLocation &location) {
+SSIB_ENTRY_LIST *newElement(const SSIB_ENTRY &entry, std::uint32_t fieldMask, const AddLocation &location) {
   SSIB_ENTRY_LIST *element = le_new();
   if (element == nullptr) return nullptr;
   element->entry = entry;
   element->fieldMask = fieldMask;
   element->priority = static_cast<std::uint8_t>(location.code);
   for (const StringField &field : kStrings) addString(field, entry, *element);
-  element->entry.Node = copyNode(service, entry.Node);
+  element->entry.Node = dupeNode(entry.Node, nullptr);
   return element;
 }
 
@@ -88,7 +87,7 @@ extern "C" EFI_STATUS iAddToSSIBQueue(SSIB2_PRIVATE_DATA *SSIB2, uint32_t count,
   SSIB_LINK *point = &SSIB2->ssibEntryListHead;
   for (SSIB_ENTRY *entry : std::span(entries, count)) {
     applyDefaultTimeout(*entry);
-    SSIB_ENTRY_LIST *element = newElement(SSIB2->XMLProto, *entry, fieldMask, *location);
+    SSIB_ENTRY_LIST *element = newElement(*entry, fieldMask, *location);
     if (element == nullptr) return EFI_OUT_OF_RESOURCES;
     point = findPoint(point, *location);
     insert(point, element, *location);

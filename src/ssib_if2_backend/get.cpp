@@ -44,7 +44,7 @@ EFI_STATUS iGetSSIBNextEntry(SSIB2_PRIVATE_DATA *SSIB2, SSIB_ENTRY *entry) {
   *entry = element->entry;
   log(L"iGetSSIBNextEntry - Done mem copying");
   copyStrings(kAllStrings.first(kStringsBeforeNode), element->entry, *entry);
-  entry->Node = copyNode(SSIB2->XMLProto, element->entry.Node);
+  entry->Node = dupeNode(element->entry.Node, nullptr);
   log(L"iGetSSIBNextEntry - Done copying data. Moving ssibEntryListPtr to %d", asNumber(element->next));
   copyStrings(kAllStrings.subspan(kStringsBeforeNode), element->entry, *entry);
   SSIB2->ssibEntryListPtr = element->next;
@@ -63,7 +63,7 @@ EFI_STATUS iPeekSSIBNextEntry(SSIB2_PRIVATE_DATA *SSIB2, SSIB_ENTRY *entry) {
   log(L"iPeekSSIBNextEntry - Copying data from ssibEntryListPtr->entry");
   *entry = element->entry;
   copyAllStrings(element->entry, *entry);
-  entry->Node = copyNode(SSIB2->XMLProto, element->entry.Node);
+  entry->Node = dupeNode(element->entry.Node, nullptr);
   log(L"iPeekSSIBNextEntry - Done copying data");
   return EFI_SUCCESS;
 }

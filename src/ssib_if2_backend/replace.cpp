@@ -18,7 +18,7 @@ SSIB_ENTRY_LIST *findSame(SSIB2_PRIVATE_DATA &handle, const SSIB_ENTRY &entry) {
 }
 
 // What is not copied is null: the record never points into the caller's.
-EFI_STATUS copyContents(XML_SERVICE_PROTOCOL *service, const SSIB_ENTRY &source, SSIB_ENTRY &copy) {
+EFI_STATUS copyContents(const SSIB_ENTRY &source, SSIB_ENTRY &copy) {
   copy = source;
   copy.Node = nullptr;
   for (const StringField &field : kStrings) copy.*field.member = nullptr;
@@ -26,7 +26,7 @@ EFI_STATUS copyContents(XML_SERVICE_PROTOCOL *service, const SSIB_ENTRY &source,
     copy.*field.member = copyText(source.*field.member);
     if (isMissing(copy.*field.member, source.*field.member)) return EFI_OUT_OF_RESOURCES;
   }
-  copy.Node = copyNode(service, source.Node);
+  copy.Node = dupeNode(source.Node, nullptr);
   return isMissing(copy.Node, source.Node) ? EFI_OUT_OF_RESOURCES : EFI_SUCCESS;
 }
 
@@ -40,5 +40,5 @@ extern "C" EFI_STATUS iReplaceSSIBEntry(SSIB2_PRIVATE_DATA *SSIB2, const SSIB_EN
   if (element == nullptr) return logExit(kTag, EFI_NOT_FOUND);
   logTo(vyxSsibDebug, kTag, L"Found Old Entry... Replacing...");
   releaseContents(SSIB2->XMLProto, element->entry);
-  return logExit(kTag, copyContents(SSIB2->XMLProto, *newEntry, element->entry));
+  return logExit(kTag, copyContents(*newEntry, element->entry));
 }

@@ -52,8 +52,8 @@ EFI_STATUS create_xml_tree(XML_SERVICE_PROTOCOL *service, XML_NODE *root, XML_NO
                            const SSIB_ENTRY_LIST &element);
 
 // Builds the list of a document, an element for each child of the root; root may be null. Fails with
-// EFI_OUT_OF_RESOURCES, and keeps nothing, when any part of it cannot be allocated: what is missing in memory would be
-// missing in the file that is written next.
+// EFI_OUT_OF_RESOURCES, and keeps nothing, when an element, one of its strings or the first node of its Node cannot be
+// allocated: what is missing in memory would be missing in the file that is written next.
 EFI_STATUS readEntries(XML_SERVICE_PROTOCOL *service, const XML_NODE *root, SSIB_ENTRY_LIST **list);
 
 }  // namespace ssib

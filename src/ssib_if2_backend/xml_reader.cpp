@@ -63,13 +63,13 @@ class ContentReader {
     XML_NODE *before = copy_;
     if (copy_ != nullptr) copy_ = copy_->nextSibling;
     if (isNamed(child.name, kCommandElement)) return readCommand(child, entry_);
-    if (before == nullptr) {
-      copy_ = copyNode(service_, &child);
-    } else {
+    if (copy_ != nullptr) {
       before->nextSibling = nullptr;
-      const XmlTree earlier(service_, entry_.Node);
       if (vyxSsibDebug != nullptr) logCopies(copy_);
+    } else {  // the first one, or the chain ends early because there was no memory for more
+      copy_ = dupeNode(&child, nullptr);
     }
+    const XmlTree earlier(service_, entry_.Node);
     entry_.Node = copy_;
     return copy_ != nullptr;
   }

@@ -62,19 +62,16 @@ bool setValue(XML_NODE *node, std::string_view text);
 // Puts an attribute in front of the node's others. A null name or value is stored as "".
 EFI_STATUS addAttribute(XML_NODE *node, const char *name, const char *value);
 
-// Copies. Null gives null. What cannot be allocated stays null in the copy; `whole`, when given, then becomes false.
-XML_STRING *dupeString(const XML_STRING *source, bool *whole = nullptr);
-XML_ATTRIBUTE *dupeAttributes(const XML_ATTRIBUTE *first, bool *whole = nullptr);
+// Copies. Null gives null, and so does a record that cannot be allocated; what cannot be allocated inside of it is null
+// there, without any other sign.
+XML_STRING *dupeString(const XML_STRING *source);
+XML_ATTRIBUTE *dupeAttributes(const XML_ATTRIBUTE *first);
 
 // Copies a node, what is below it, and the siblings that follow it, each with `parent` as its parent.
-XML_NODE *dupeNode(const XML_NODE *node, XML_NODE *parent, bool *whole = nullptr);
+XML_NODE *dupeNode(const XML_NODE *node, XML_NODE *parent);
 
 // Says of a copied chain what copying it said.
 void logCopies(const XML_NODE *chain);
-
-// A detached copy of a chain by dupeNode, whole or null: one with holes would be written to the
-// queue's file with holes.
-XML_NODE *copyNode(XML_SERVICE_PROTOCOL *service, const XML_NODE *node);
 
 // Whether a copy is missing although there was something to copy.
 inline bool isMissing(const void *copy, const void *source) {

@@ -26,14 +26,10 @@ EFI_STATUS addCommand(XML_SERVICE_PROTOCOL *service, XML_NODE *block, const char
   return EFI_SUCCESS;
 }
 
-EFI_STATUS addExtraContent(XML_SERVICE_PROTOCOL *service, XML_NODE *block, const XML_NODE *content) {
-  block->firstChild = copyNode(service, content);
-  return isMissing(block->firstChild, content) ? EFI_OUT_OF_RESOURCES : EFI_SUCCESS;
-}
-
 EFI_STATUS addContent(XML_SERVICE_PROTOCOL *service, XML_NODE *block, const SSIB_ENTRY &entry) {
-  return entry.Cmd_Line != nullptr ? addCommand(service, block, entry.Cmd_Line)
-                                   : addExtraContent(service, block, entry.Node);
+  if (entry.Cmd_Line != nullptr) return addCommand(service, block, entry.Cmd_Line);
+  block->firstChild = dupeNode(entry.Node, nullptr);
+  return isMissing(block->firstChild, entry.Node) ? EFI_OUT_OF_RESOURCES : EFI_SUCCESS;
 }
 
 EFI_STATUS addBlockAttribute(XML_NODE *block, const XmlAttribute &attribute, const SSIB_ENTRY &entry) {

@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: MIT
+// What only a failure in the right place shows: holes in copies.
+#include <functional>
+#include <set>
+
+#include "ssib_if2_backend/list.h"
+#include "ssib_if2_backend/xml_form.h"
+#include "ssib_if2_backend/xml_tree.h"
+#include "support/describe.h"
+#include "support/library_test.h"
+
+namespace test {
+namespace {
+
+class Exact : public LibraryTest {};
+
+// ---- Copies of nodes
+
+std::string shapeOf(const XML_STRING *string) {
+  if (string == nullptr) return "";
+  return string->text == nullptr ? "~" : static_cast<const char *>(string->text);
+}
+
+// "name attribute=value text[child]"; nothing stands for a string that is missing, "~" for one without a text.
+std::string shapeOf(const XML_NODE *node) {
+  if (node == nullptr) return "none";
+  std::string shape = shapeOf(node->name) + " ";
+  for (const XML_ATTRIBUTE *attribute = node->attributes; attribute != nullptr; attribute = attribute->next)
+    shape += shapeOf(attribute->name) + "=" + shapeOf(attribute->value) + " ";
+  shape += shapeOf(node->value);
+  return node->firstChild == nullptr ? shape : shape + "[" + shapeOf(node->firstChild) + "]";
+}
+
+constexpr char kDocument[] = "<n x='1'>t<m/></n>";
+const std::string kWhole = "n x=1 t[m ]";
+// The copy of kDocument whose nth allocation failed.
+const std::string kHoles[] = {
+    "none",        " x=1 t[m ]", "~ x=1 t[m ]", "n x=1 [m ]", "n x=1 ~[m ]", "n t[m ]",     "n =1 t[m ]",
+    "n ~=1 t[m ]", "n x= t[m ]", "n x=~ t[m ]", "n x=1 t",    "n x=1 t[ ]",  "n x=1 t[~ ]",
+};
+
+TEST_F(Exact, ACopyLacksOnlyWhatCouldNotBeAllocated) {
+  const ssib::XmlTree node(handle.XMLProto, treeOf(kDocument));
+  Job job;
+  job.Timeout = 600;
+  job.Node = node.get();
+  SSIB_ENTRY *entries[] = {&job};
+  SSIB_ENTRY taken = {};
+  const struct {
+    const char *label;
+    std::function<EFI_STATUS()> run;
+    bool changesList;  // the copy is the first element's, not the caller's
+    std::size_t allocationsBefore;
+    EFI_STATUS withoutNode;
+  } rows[] = {
+      {"peek", [&] { return iPeekSSIBNextEntry(&handle, &taken); }, false, 0, EFI_SUCCESS},
+      {"get", [&] { return iGetSSIBNextEntry(&handle, &taken); }, false, 0, EFI_SUCCESS},
+      {"add", [&] { return iAddToSSIBQueue(&handle, 1, entries, 0, SSIB_ADD_PREPEND_HI); }, true, 1, EFI_SUCCESS},
+      {"replace", [&] { return iReplaceSSIBEntry(&handle, &job, &job); }, true, 0, EFI_OUT_OF_RESOURCES},
+  };
+  for (const auto &row : rows) {
+    for (std::size_t nth = 1; nth <= std::size(kHoles); ++nth) {
+      SCOPED_TRACE(std::string(row.label) + ", allocation " + std::to_string(nth));
+      host() = Platform();
+      open(L"a.json");
+      add(handle, job);
+      handle.ssibEntryListPtr = handle.ssibEntryListHead;
+      {
+        const heap::Watch watch(row.allocationsBefore + nth);
+        EXPECT_EQ(row.run(), nth == 1 ? row.withoutNode : EFI_SUCCESS);
+      }
+      EXPECT_EQ(shapeOf(row.changesList ? handle.ssibEntryListHead->entry.Node : taken.Node), kHoles[nth - 1]);
+      release(taken);
+      iCloseSSIB(&handle);
+    }
+  }
+}
+
+// What comes of an operation when its first allocation fails, its second, ..., and none.
+std::vector<std::string> outcomesOf(const std::function<std::string()> &operation) {
+  std::vector<std::string> outcomes;
+  for (std::size_t nth = 1;; ++nth) {
+    const heap::Watch watch(nth);
+    outcomes.push_back(operation());
+    if (!watch.failed()) return outcomes;
+  }
+}
+
+TEST_F(Exact, AnOpenKeepsTheLastUnknownChildWhateverTheEarlierOnesLack) {
+  const ssib::XmlTree root(handle.XMLProto, treeOf("<r><b><n/><o/><CMD_LINE/><p/></b></r>"));
+  const auto outcome = [&]() -> std::string {
+    SSIB_LINK list = nullptr;
+    const EFI_STATUS status = ssib::readEntries(handle.XMLProto, root.get(), &list);
+    if (status != EFI_SUCCESS) return list == nullptr ? "nothing" : "something";
+    std::string shape = shapeOf(list->entry.Node);
+    ssib::le_free_list(handle.XMLProto, list);
+    return shape;
+  };
+  std::vector<std::string> expected(14, "p ");
+  expected[0] = expected[1] = "nothing";  // the element, the first node of its Node
+  expected[11] = " ";                     // the last one's name
+  expected[12] = "~ ";
+  EXPECT_EQ(outcomesOf(outcome), expected);
+}
+
+TEST_F(Exact, AFlushWritesWhatACopyHasUnlessANameIsMissing) {
+  const ssib::XmlTree node(handle.XMLProto, treeOf(kDocument));
+  Job job;
+  job.Timeout = 600;
+  job.Node = node.get();
+  open();
+  add(handle, job);
+  const auto outcome = [&]() -> std::string {
+    if (iFlushSSIBQueue(&handle) != EFI_SUCCESS) return "refused";
+    const std::string document = host().file(L"Main.ssib");
+    const std::size_t begin = document.find("<n"), end = document.find("\n</SSIB_BLOCK>");
+    return document.substr(begin, end - begin);
+  };
+  const std::set<std::string> expected = {"refused",      "<n x=\"1\">t<m/></n>", "<n x=\"1\">\n<m/>\n</n>",
+                                          "<n>t<m/></n>", "<n x=\"\">t<m/></n>",  "<n x=\"1\">t</n>"};
+  const std::vector<std::string> outcomes = outcomesOf(outcome);
+  EXPECT_EQ(std::set<std::string>(outcomes.begin(), outcomes.end()), expected);
+}
+
+}  // namespace
+}  // namespace test
