@@ -24,10 +24,10 @@ bool differWherePresent(const StringField &field, const SSIB_ENTRY &e1, const SS
 std::uint32_t compareNodes(XML_SERVICE_PROTOCOL *service, const XML_NODE *one, const XML_NODE *other) {
   if (service == nullptr) return kServiceFailed;
   XmlImage first;
-  if (EFI_ERROR(first.serialize(service, one))) return kServiceFailed;
+  if (EFI_ERROR(first.serialize(service, one)) || first.text() == nullptr) return kServiceFailed;
   XmlImage second;
-  if (EFI_ERROR(second.serialize(service, other))) return kServiceFailed;
-  return static_cast<std::uint32_t>(std::strcmp(orEmpty(first.text()), orEmpty(second.text())));
+  if (EFI_ERROR(second.serialize(service, other)) || second.text() == nullptr) return kServiceFailed;
+  return static_cast<std::uint32_t>(std::strcmp(first.text(), second.text()));
 }
 
 std::uint32_t compareXml(const SSIB2_PRIVATE_DATA &handle, const SSIB_ENTRY &e1, const SSIB_ENTRY &e2) {

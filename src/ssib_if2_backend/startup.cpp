@@ -33,7 +33,7 @@ EFI_STATUS FindAProtocol(const EFI_GUID *guid, void **instance) {
     std::fputs("Couldn't load Libray for GUID!\n", stderr);
     return EFI_NOT_FOUND;
   }
-  if (count == 0) {
+  if (count == 0 || instances == nullptr) {
     std::fputs("NO protocol loaded for GUID!\n", stderr);
     return EFI_NOT_FOUND;
   }

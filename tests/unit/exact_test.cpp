@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What only a failure in the right place shows: holes in copies.
+// What only a failure in the right place shows: holes in copies, services that succeed with nothing in their hands.
 #include <functional>
 #include <set>
 
@@ -12,7 +12,37 @@
 namespace test {
 namespace {
 
+bool announcesNoArray = false;
+
+}  // namespace
+}  // namespace test
+
+// The linker's --wrap: the library's calls come here, those of the platform in memory go on to it.
+extern "C" {
+
+EFI_STATUS __real_getProtocolInstanceByGuid(const EFI_GUID *guid, std::uint32_t *count, void ***instances);
+EFI_STATUS __wrap_getProtocolInstanceByGuid(const EFI_GUID *guid, std::uint32_t *count, void ***instances) {
+  if (!test::announcesNoArray) return __real_getProtocolInstanceByGuid(guid, count, instances);
+  *count = 1;
+  return EFI_SUCCESS;
+}
+
+}  // extern "C"
+
+namespace test {
+namespace {
+
 class Exact : public LibraryTest {};
+
+TEST_F(Exact, AnInstanceWithoutAnArrayIsNoInstance) {
+  void *instance = &handle;
+  announcesNoArray = true;
+  ::testing::internal::CaptureStderr();
+  EXPECT_EQ(FindAProtocol(&gQuorDebugGUID, &instance), EFI_NOT_FOUND);
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "NO protocol loaded for GUID!\n");
+  EXPECT_EQ(instance, &handle);
+  announcesNoArray = false;
+}
 
 // ---- Copies of nodes
 
@@ -120,6 +150,37 @@ TEST_F(Exact, AFlushWritesWhatACopyHasUnlessANameIsMissing) {
                                           "<n>t<m/></n>", "<n x=\"\">t<m/></n>",  "<n x=\"1\">t</n>"};
   const std::vector<std::string> outcomes = outcomesOf(outcome);
   EXPECT_EQ(std::set<std::string>(outcomes.begin(), outcomes.end()), expected);
+}
+
+// ---- Nodes that are not serialised
+
+EFI_STATUS serializeToNothing(XML_SERVICE_PROTOCOL *, const XML_NODE *, std::uint32_t, XML_STRING **) {
+  return EFI_SUCCESS;
+}
+
+EFI_STATUS serializeWithoutText(XML_SERVICE_PROTOCOL *, const XML_NODE *, std::uint32_t, XML_STRING **image) {
+  *image = static_cast<XML_STRING *>(std::calloc(1, sizeof(XML_STRING)));
+  return EFI_SUCCESS;
+}
+
+TEST_F(Exact, NodesWithoutASerialisedTextAreNotTheSame) {
+  const ssib::XmlTree one(handle.XMLProto, treeOf("<one/>")), other(handle.XMLProto, treeOf("<other/>"));
+  Job job, key;
+  job.Timeout = key.Timeout = 600;
+  job.Node = one.get();
+  key.Node = other.get();
+  open();
+  add(handle, job);
+  XML_SERVICE_PROTOCOL *const whole = handle.XMLProto;
+  for (const auto serialize : {serializeToNothing, serializeWithoutText}) {
+    XML_SERVICE_PROTOCOL service = *whole;
+    service.SerializeTree = serialize;
+    handle.XMLProto = &service;
+    EXPECT_EQ(SSIBEntryCmp(&handle, &job, &key), 0xFFFFFFFF);
+    EXPECT_EQ(iReplaceSSIBEntry(&handle, &key, &key), EFI_NOT_FOUND);
+    handle.XMLProto = whole;
+    EXPECT_EQ(textOf(handle.ssibEntryListHead->entry.Node), "<one/>");
+  }
 }
 
 }  // namespace
