@@ -23,7 +23,7 @@ constexpr char kObjectClose[] = "    },\n";
 constexpr char kLastObjectClose[] = "    }\n";
 constexpr char kDocumentTail[] = "  ]\n}\n";
 
-// Pieces are gathered here and reach the stream in chunks.
+// Pieces are gathered here and reach the stream in chunks. What follows the gathered text is zeros.
 class OutputBuffer {
  public:
   void append(std::FILE *stream, std::string_view piece) {
@@ -35,8 +35,12 @@ class OutputBuffer {
 
   // Empties the buffer; whether the stream took the text is not looked at.
   void write(std::FILE *stream) {
-    text_[length_] = '\0';
     std::fputs(text_, stream);
+    clear();
+  }
+
+  void clear() {
+    std::memset(text_, 0, sizeof(text_));
     length_ = 0;
   }
 
@@ -45,7 +49,7 @@ class OutputBuffer {
   std::size_t length_ = 0;  // without the terminating zero
 };
 
-// One area for all calls; empty between them.
+// One area for all calls. A flush that a host has left half-way leaves its text here.
 OutputBuffer output;
 
 class TaskListWriter {
@@ -53,6 +57,8 @@ class TaskListWriter {
   TaskListWriter(const SSIB2_PRIVATE_DATA &handle, std::FILE *stream) : handle_(handle), stream_(stream) {}
 
   void writeDocument() {
+    output.clear();
+    logTo(handle_.debugProto, kLibraryTag, L"Writing entries now ...");
     writeFrame(kDocumentHead);
     for (const SSIB_ENTRY_LIST *element = handle_.ssibEntryListHead; element != nullptr; element = element->next) {
       writeFrame(kObjectOpen);
@@ -107,9 +113,9 @@ extern "C" EFI_STATUS iFlushToJSON(SSIB2_PRIVATE_DATA *SSIB2) {
   }
   if (EFI_ERROR(file.status())) {
     logNarrow(SSIB2->debugProto, L"ERROR: unable to open %s %r\n", SSIB2->ssibFileName, file.status());
+    file.close(kTaskListPartition);
     return EFI_ABORTED;
   }
-  logTo(SSIB2->debugProto, kLibraryTag, L"Writing entries now ...");
   TaskListWriter(*SSIB2, file.stream()).writeDocument();
   logNarrow(SSIB2->debugProto, L"Closing [%s].", kTaskListPartition);
   file.close(kTaskListPartition);

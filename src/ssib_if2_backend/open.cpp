@@ -142,7 +142,10 @@ EFI_STATUS loadTree(SSIB2_PRIVATE_DATA &handle) {
   }
   log(L"iOpenSSIB - File opened. Allocating %d bytes memory for reading the file", size);
   HeapPtr<char> buffer = newBuffer(size, kXmlLines);
-  if (buffer == nullptr) return EFI_OUT_OF_RESOURCES;
+  if (buffer == nullptr) {
+    file.close(sVarskPartition);
+    return EFI_OUT_OF_RESOURCES;
+  }
   const EFI_STATUS status = parseXml(handle, file.stream(), buffer.get(), size);
   buffer.reset();
   file.close(sVarskPartition);
@@ -208,15 +211,19 @@ EFI_STATUS loadTaskList(SSIB2_PRIVATE_DATA &handle, std::uint32_t size) {
   }
   if (file.status() != EFI_SUCCESS) {
     logNarrow(vyxSsibDebug, L"ERROR: unable to open %s %r\n", handle.ssibFileName, file.status());
+    file.close(kTaskListPartition);
     return EFI_ABORTED;
   }
   HeapPtr<char> buffer = newBuffer(size, kTaskListLines);
   if (buffer == nullptr) {
+    file.close(kTaskListPartition);
     forgetName(handle);
     return EFI_OUT_OF_RESOURCES;
   }
   if (!readWhole(file.stream(), buffer.get(), size)) {
     log(L"iOpenJSON - Error reading. Returning.");
+    buffer.reset();
+    file.close(kTaskListPartition);
     forgetName(handle);
     return EFI_DEVICE_ERROR;
   }

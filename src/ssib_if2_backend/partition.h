@@ -19,8 +19,8 @@ inline constexpr wchar_t kTaskListPartition[] = SSIB_PARTITION;
 inline constexpr char kForReading[] = "r";
 inline constexpr char kForWriting[] = "w";
 
-// An open file of a partition; closed with the scope, unless close did it. `line` is the call's line in its source file; a
-// file that its scope closes is traced under the line that opened it.
+// An open file of a partition. Whoever opened it closes it, under the line of that call in its source file; the scope
+// closes only what an overlooked path leaves open, under the line of the open.
 class PartitionFile {
  public:
   PartitionFile(const char *source, const wchar_t *partition, const wchar_t *name, const char *mode,

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: MIT
-// What only a failure in the right place shows: holes in copies, services that succeed with nothing in their hands.
+// What only a failure in the right place shows: holes in copies, the order in which an open gives things back, which
+// call site closed a file, services that succeed with nothing in their hands.
+#include <cwchar>
 #include <functional>
+#include <optional>
 #include <set>
 
+#include "json/writer.h"
 #include "ssib_if2_backend/list.h"
 #include "ssib_if2_backend/xml_form.h"
 #include "ssib_if2_backend/xml_tree.h"
@@ -14,11 +18,23 @@ namespace {
 
 bool announcesNoArray = false;
 
+struct Close {
+  bool hasName;        // the handle still has its file name
+  std::size_t blocks;  // on the heap
+};
+std::vector<Close> closes;
+
 }  // namespace
 }  // namespace test
 
 // The linker's --wrap: the library's calls come here, those of the platform in memory go on to it.
 extern "C" {
+
+EFI_STATUS __real_varsk_fclose_1(const wchar_t *partition, FILE *stream, const char *mode);
+EFI_STATUS __wrap_varsk_fclose_1(const wchar_t *partition, FILE *stream, const char *mode) {
+  test::closes.push_back({gSSSIB2pvt.ssibFileName != nullptr, test::heap::live()});
+  return __real_varsk_fclose_1(partition, stream, mode);
+}
 
 EFI_STATUS __real_getProtocolInstanceByGuid(const EFI_GUID *guid, std::uint32_t *count, void ***instances);
 EFI_STATUS __wrap_getProtocolInstanceByGuid(const EFI_GUID *guid, std::uint32_t *count, void ***instances) {
@@ -181,6 +197,72 @@ TEST_F(Exact, NodesWithoutASerialisedTextAreNotTheSame) {
     handle.XMLProto = whole;
     EXPECT_EQ(textOf(handle.ssibEntryListHead->entry.Node), "<one/>");
   }
+}
+
+// ---- Closes
+
+// Source file and line of the last such call.
+std::string siteOf(const std::string &call) {
+  std::string site;
+  for (const std::string &event : platform().events) {
+    const std::size_t end = event.find(":Calling " + call);
+    if (end != std::string::npos) site = event.substr(0, end);
+  }
+  return site;
+}
+
+TEST_F(Exact, EachFailureClosesAtItsOwnLineAndBeforeTheNameGoes) {
+  const wchar_t xml[] = L"a.ssib", taskList[] = L"a.json";
+  const std::string contents = "[{}]";
+  const struct {
+    const char *label;
+    const wchar_t *name;
+    Platform::Fault fault;
+    std::optional<std::uint32_t> announcedSize;
+    EFI_STATUS status;
+    const char *partition;
+    bool writes = false;
+  } rows[] = {
+      {"XML, no memory", xml, fault("none"), UINT32_MAX, EFI_OUT_OF_RESOURCES, "OTHER1"},
+      {"XML, short", xml, fault("none"), contents.size() + 1, EFI_DEVICE_ERROR, "OTHER1"},
+      {"task list, status", taskList, fault("open VAR025", 1, EFI_DEVICE_ERROR, true), {}, EFI_ABORTED, "VAR025"},
+      {"task list, no memory", taskList, fault("none"), UINT32_MAX, EFI_OUT_OF_RESOURCES, "VAR025"},
+      {"task list, short", taskList, fault("none"), contents.size() + 1, EFI_DEVICE_ERROR, "VAR025"},
+      {"writer, status", taskList, fault("open VAR025", 1, EFI_ABORTED, true), {}, EFI_ABORTED, "VAR025", true},
+  };
+  std::wcscpy(sVarskPartition, L"OTHER1");
+  for (const std::wstring partition : {L"OTHER1/", L"VAR025/"}) {
+    for (const wchar_t *name : {xml, taskList}) host().files[partition + name] = contents;
+  }
+  std::set<std::string> sites;
+  for (const auto &row : rows) {
+    SCOPED_TRACE(row.label);
+    if (row.writes) open(row.name);
+    host().faults = {row.fault};
+    host().announcedSize = row.announcedSize;
+    const std::size_t blocks = heap::live();
+    EXPECT_EQ(row.writes ? iFlushSSIBQueue(&handle) : iOpenSSIB(&handle, row.name), row.status);
+    EXPECT_EQ(host().calls.back(), std::string("close ") + row.partition + (row.writes ? " w" : " r"));
+    EXPECT_TRUE(closes.back().hasName);
+    EXPECT_EQ(closes.back().blocks, blocks + (row.writes ? 0 : 1)) << "the name alone: the buffer is gone";
+    EXPECT_NE(siteOf("varsk_fclose"), siteOf("varsk_fopen"));
+    EXPECT_TRUE(sites.insert(siteOf("varsk_fclose")).second) << "another row's line";
+    host().faults.clear();
+    host().announcedSize.reset();
+    iCloseSSIB(&handle);
+    std::free(handle.ssibFileName);
+    handle.ssibFileName = nullptr;
+  }
+}
+
+TEST_F(Exact, AFlushBeginsWithAnEmptyBuffer) {
+  open(L"a.json");
+  add(handle, taskJob("a"));
+  EXPECT_EQ(iFlushToJSON(&handle), EFI_SUCCESS);
+  const std::string whole = host().file(L"a.json");
+  EXPECT_EQ(ssib::jsonWriter(stdout, "left half-way"), EFI_SUCCESS);
+  EXPECT_EQ(iFlushToJSON(&handle), EFI_SUCCESS);
+  EXPECT_EQ(host().file(L"a.json"), whole);
 }
 
 }  // namespace
