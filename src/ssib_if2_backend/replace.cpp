@@ -5,11 +5,8 @@
 #include "ssib_if2_backend/log.h"
 #include "ssib_if2_backend/xml_tree.h"
 
-using namespace ssib;
-
+namespace ssib {
 namespace {
-
-constexpr char kTag[] = "iReplaceSSIBEntry";
 
 SSIB_ENTRY_LIST *findSame(SSIB2_PRIVATE_DATA &handle, const SSIB_ENTRY &entry) {
   SSIB_ENTRY_LIST *element = handle.ssibEntryListHead;
@@ -31,14 +28,19 @@ EFI_STATUS copyContents(const SSIB_ENTRY &source, SSIB_ENTRY &copy) {
 }
 
 }  // namespace
+}  // namespace ssib
 
-extern "C" EFI_STATUS iReplaceSSIBEntry(SSIB2_PRIVATE_DATA *SSIB2, const SSIB_ENTRY *oldEntry,
-                                        const SSIB_ENTRY *newEntry) {
-  logTo(vyxSsibDebug, kTag, L"Entered");
-  if (SSIB2 == nullptr || oldEntry == nullptr || newEntry == nullptr) return logExit(kTag, EFI_INVALID_PARAMETER);
-  SSIB_ENTRY_LIST *element = findSame(*SSIB2, *oldEntry);
-  if (element == nullptr) return logExit(kTag, EFI_NOT_FOUND);
-  logTo(vyxSsibDebug, kTag, L"Found Old Entry... Replacing...");
-  releaseContents(SSIB2->XMLProto, element->entry);
-  return logExit(kTag, copyContents(*newEntry, element->entry));
+extern "C" {
+
+EFI_STATUS iReplaceSSIBEntry(SSIB2_PRIVATE_DATA *SSIB2, const SSIB_ENTRY *oldEntry, const SSIB_ENTRY *newEntry) {
+  constexpr char kTag[] = "iReplaceSSIBEntry";
+  ssib::logTo(vyxSsibDebug, kTag, L"Entered");
+  if (SSIB2 == nullptr || oldEntry == nullptr || newEntry == nullptr) return ssib::logExit(kTag, EFI_INVALID_PARAMETER);
+  SSIB_ENTRY_LIST *element = ssib::findSame(*SSIB2, *oldEntry);
+  if (element == nullptr) return ssib::logExit(kTag, EFI_NOT_FOUND);
+  ssib::logTo(vyxSsibDebug, kTag, L"Found Old Entry... Replacing...");
+  ssib::releaseContents(SSIB2->XMLProto, element->entry);
+  return ssib::logExit(kTag, ssib::copyContents(*newEntry, element->entry));
 }
+
+}  // extern "C"

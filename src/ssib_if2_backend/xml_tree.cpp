@@ -3,36 +3,23 @@
 // deep and how wide trees are.
 #include "ssib_if2_backend/xml_tree.h"
 
-#include <cstdlib>
-
 #include "ssib_if2_backend/heap.h"
 #include "ssib_if2_backend/log.h"
 
 namespace ssib {
-
 namespace {
-
-void freeString(XML_STRING *string) {
-  if (string == nullptr) return;
-  std::free(string->text);
-  std::free(string);
-}
-
-struct FreeString {
-  void operator()(XML_STRING *string) const { freeString(string); }
-};
 
 struct FreeAttribute {
   void operator()(XML_ATTRIBUTE *attribute) const {
-    freeString(attribute->name);
-    freeString(attribute->value);
+    const XmlString name(attribute->name);
+    const XmlString value(attribute->value);
     std::free(attribute);
   }
 };
 
 // Null when there is no memory for the record or its text.
 XML_STRING *newString(std::string_view text) {
-  std::unique_ptr<XML_STRING, FreeString> string(newRecord<XML_STRING>().release());
+  XmlString string(newRecord<XML_STRING>().release());
   if (string == nullptr) return nullptr;
   string->flags = kXmlFlag;
   string->text = copyText(text);
@@ -72,33 +59,29 @@ bool dupeNextSibling(XML_NODE *copy) {
 
 }  // namespace
 
-void XmlImage::reset() {
-  freeString(image_);
-  image_ = nullptr;
-}
-
-EFI_STATUS XmlImage::serialize(XML_SERVICE_PROTOCOL *service, const XML_NODE *node) {
-  XML_STRING *image = nullptr;
-  const EFI_STATUS status = service->SerializeTree(service, node, kXmlFlag, &image);
-  if (!EFI_ERROR(status)) image_ = image;
+EFI_STATUS serialize(XML_SERVICE_PROTOCOL *service, const XML_NODE *node, XmlString &image) {
+  XML_STRING *document = nullptr;
+  const EFI_STATUS status = service->SerializeTree(service, node, kXmlFlag, &document);
+  if (!EFI_ERROR(status)) image.reset(document);
   return status;
 }
 
 void freeRootOf(SSIB2_PRIVATE_DATA &handle) {
-  const XmlTree tree(handle.XMLProto, handle.xmlRoot);
+  const XmlTree tree(handle.xmlRoot, {handle.XMLProto});
   handle.xmlRoot = nullptr;
 }
 
-XML_NODE *newNode(XML_SERVICE_PROTOCOL *service, const char *name) {
-  XmlTree node(service, newRecord<XML_NODE>().release());
-  if (node.get() == nullptr) return nullptr;
-  node.get()->name = newString(name);
-  return node.get()->name == nullptr ? nullptr : node.release();
+XmlTree newNode(XML_SERVICE_PROTOCOL *service, const char *name) {
+  XmlTree node(newRecord<XML_NODE>().release(), {service});
+  if (node == nullptr) return node;
+  node->name = newString(name);
+  if (node->name == nullptr) node.reset();
+  return node;
 }
 
-bool setValue(XML_NODE *node, std::string_view text) {
-  node->value = newString(text);
-  return node->value != nullptr;
+bool setValue(XML_NODE &node, std::string_view text) {
+  node.value = newString(text);
+  return node.value != nullptr;
 }
 
 EFI_STATUS addAttribute(XML_NODE *node, const char *name, const char *value) {

@@ -86,7 +86,7 @@ const std::string kHoles[] = {
 };
 
 TEST_F(Exact, ACopyLacksOnlyWhatCouldNotBeAllocated) {
-  const ssib::XmlTree node(handle.XMLProto, treeOf(kDocument));
+  const ssib::XmlTree node(treeOf(kDocument), {handle.XMLProto});
   Job job;
   job.Timeout = 600;
   job.Node = node.get();
@@ -133,10 +133,10 @@ std::vector<std::string> outcomesOf(const std::function<std::string()> &operatio
 }
 
 TEST_F(Exact, AnOpenKeepsTheLastUnknownChildWhateverTheEarlierOnesLack) {
-  const ssib::XmlTree root(handle.XMLProto, treeOf("<r><b><n/><o/><CMD_LINE/><p/></b></r>"));
+  const ssib::XmlTree root(treeOf("<r><b><n/><o/><CMD_LINE/><p/></b></r>"), {handle.XMLProto});
   const auto outcome = [&]() -> std::string {
     SSIB_LINK list = nullptr;
-    const EFI_STATUS status = ssib::readEntries(handle.XMLProto, root.get(), &list);
+    const EFI_STATUS status = ssib::readEntries(handle.XMLProto, *root, &list);
     if (status != EFI_SUCCESS) return list == nullptr ? "nothing" : "something";
     std::string shape = shapeOf(list->entry.Node);
     ssib::le_free_list(handle.XMLProto, list);
@@ -150,7 +150,7 @@ TEST_F(Exact, AnOpenKeepsTheLastUnknownChildWhateverTheEarlierOnesLack) {
 }
 
 TEST_F(Exact, AFlushWritesWhatACopyHasUnlessANameIsMissing) {
-  const ssib::XmlTree node(handle.XMLProto, treeOf(kDocument));
+  const ssib::XmlTree node(treeOf(kDocument), {handle.XMLProto});
   Job job;
   job.Timeout = 600;
   job.Node = node.get();
@@ -180,7 +180,7 @@ EFI_STATUS serializeWithoutText(XML_SERVICE_PROTOCOL *, const XML_NODE *, std::u
 }
 
 TEST_F(Exact, NodesWithoutASerialisedTextAreNotTheSame) {
-  const ssib::XmlTree one(handle.XMLProto, treeOf("<one/>")), other(handle.XMLProto, treeOf("<other/>"));
+  const ssib::XmlTree one(treeOf("<one/>"), {handle.XMLProto}), other(treeOf("<other/>"), {handle.XMLProto});
   Job job, key;
   job.Timeout = key.Timeout = 600;
   job.Node = one.get();

@@ -72,7 +72,7 @@ class Faults : public LibraryTest {
 };
 
 TEST_F(Faults, EachOneAloneHasAKnownOutcome) {
-  const ssib::XmlTree node(handle.XMLProto, treeOf(kNode));
+  const ssib::XmlTree node(treeOf(kNode), {handle.XMLProto});
   const auto adding = [&](SSIB2_PRIVATE_DATA &queue, SSIB_ENTRY &) {
     Job x = xmlJob("x"), y = xmlJob("y");
     x.Node = node.get();
