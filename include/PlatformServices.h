@@ -3,7 +3,7 @@
  * @file
  * What the library needs of the firmware that it runs in.
  *
- * The functions below are undefined symbols of libVyxSSIBBackend.so: whoever links or loads the library provides them.
+ * The functions below are undefined symbols of libVyxSSIBBackend.so: the program that links or loads it provides them.
  * The repository's stand-in, libVyxHostPlatform.so, is one provider; the firmware's own libraries are another. All
  * memory that crosses this border is the process heap: what one side allocates with malloc, calloc or strdup, the other
  * may free.
@@ -46,7 +46,13 @@ typedef uint32_t EFI_STATUS;
 /** Non-zero when `status` is a failure. A positive status other than 0 is a warning and counts as success. */
 #define EFI_ERROR(status) ((((EFI_STATUS)(status)) & 0x80000000U) != 0)
 
-/** A GUID in its usual memory layout: 16 bytes, the first three groups in the machine's byte order. */
+/**
+ * A GUID: 16 bytes, of which the first three groups are numbers in the machine's byte order.
+ *
+ * On a little-endian machine these are the bytes of the usual memory layout, and two GUIDs are compared with memcmp. A
+ * porter to a big-endian machine, whose platform keeps GUIDs as 16 bytes in that layout, converts the first three
+ * groups before comparing.
+ */
 typedef struct EFI_GUID {
   uint32_t Data1;
   uint16_t Data2;
@@ -63,7 +69,7 @@ typedef struct EFI_GUID {
   }
 
 /**
- * The debug-log service, found by VYX_DEBUG_LOG_GUID. The library uses Print alone, always with level 0x800000.
+ * The debug-log service, found by VYX_DEBUG_LOG_GUID. The library uses only Print, always with level 0x800000.
  *
  * Print formats `format` (a wide string) with the values that follow it: "%d" and "%x" take an int, "%s" a single-byte
  * string, "%ls" a wide string, "%r" an EFI_STATUS. Strings are never null. `tag` names the part of the library that
@@ -79,50 +85,71 @@ typedef struct DEBUG_LOG_PROTOCOL {
  *
  * @param guid       the protocol
  * @param count      receives the number of instances; the caller presets it to 0
- * @param instances  receives an array of `count` instances on the process heap, which the caller frees; the instances stay the
- *                   platform's. The caller presets it to null
- * @return EFI_SUCCESS; without an instance, `count` is 0 and there is no array. Any other value when the search itself failed,
- *         with nothing handed out
+ * @param instances  receives an array of `count` instances on the process heap, which the caller frees; the instances
+ *                   stay the platform's. The caller presets it to null
+ * @retval EFI_SUCCESS  without an instance, `count` is 0 and there is no array. A count without an array is taken as
+ *                      none
+ * @return otherwise any status, when the search itself failed; nothing is handed out
  */
 EFI_STATUS getProtocolInstanceByGuid(const EFI_GUID *guid, uint32_t *count, void ***instances);
 
 /**
  * Partition storage: opens a file of a flash partition as a standard buffered stream.
  *
+ * When reading, only EFI_ACCESS_DENIED keeps an existing file safe. Every other status without a stream is taken as "no
+ * such file": the queue opens as an empty one, and the next flush or last close of an XML queue, or of a task list to
+ * which something was added, overwrites the file. So the status for a file that exists or may exist, but cannot be
+ * opened (refused, damaged, a device or memory that fails, a partition that is not there yet), is EFI_ACCESS_DENIED.
+ *
  * @param partition  the partition's name
  * @param fileName   the file's name inside the partition
  * @param mode       "r" to read an existing file, "w" to replace its contents
  * @param stream     receives the stream, which varsk_fclose_1 closes; null when the file was not opened
- * @return EFI_SUCCESS with a stream. Without one: EFI_ACCESS_DENIED when the file may not be touched, which iOpenSSIB
- *         passes on; any other value is taken as "no such file" when reading and as a failure when writing.
- *         With a failure status, no stream
+ * @retval EFI_SUCCESS        with a stream
+ * @retval EFI_ACCESS_DENIED  without a stream. When reading: whenever the file is not known to be missing. iOpenSSIB
+ *                            returns it
+ * @return otherwise any failure, without a stream. When reading: the file is missing; EFI_NOT_FOUND is the plain
+ *         choice. When writing, all failures are alike
  */
 EFI_STATUS varsk_fopen_1(const wchar_t *partition, const wchar_t *fileName, const char *mode, FILE **stream);
 
 /**
- * Partition storage: closes a stream of varsk_fopen_1, called with the same partition and mode. The library does not
- * look at the result: a platform that replaces a file only on a complete write keeps the old one when this fails.
+ * Partition storage: closes a stream of varsk_fopen_1, always. The library ignores the result: a platform that
+ * replaces a file only on a complete write keeps the old one when this fails.
+ *
+ * @param partition  where the file was opened, with one exception: the close of a task list that was read passes
+ *                   sVarskPartition, although the open passed SSIB_PARTITION. The two differ when a client has changed
+ *                   sVarskPartition, so the stream alone must tell which file is closed
+ * @param stream     the stream
+ * @param mode       that of the open
+ * @return any status
  */
 EFI_STATUS varsk_fclose_1(const wchar_t *partition, FILE *stream, const char *mode);
 
-/** Partition storage: deletes a file. The library does not look at the result. */
+/**
+ * Partition storage: deletes a file. The library ignores the result.
+ * @return any status
+ */
 EFI_STATUS varsk_fdelete_1(const wchar_t *partition, const wchar_t *fileName);
 
 /**
- * Partition storage: the size in bytes of the file behind a stream opened with "r". Leaves the position where it was.
- * When the size cannot be found out, UINT32_MAX: the open then fails with EFI_OUT_OF_RESOURCES, while 0 is an empty queue.
+ * Partition storage: the size of the file of a stream that was opened with "r". Leaves the position where it was.
+ * @return the size in bytes; 0 is an empty queue. UINT32_MAX when it cannot be found out: the open then fails with
+ *         EFI_OUT_OF_RESOURCES
  */
 uint32_t getSize(FILE *stream);
 
 /**
  * Log service: one line of trace, in the manner of printf. The library writes one after every call of the partition
  * storage that opens, closes or deletes, with level 5 and verbosity 9; a wide string is announced by "%ls".
+ * @return any value; the library ignores it
  */
 int quorprintf(int level, int verbosity, const char *format, ...);
 
 /**
  * Configuration service: sets the integer attribute `name`. The library passes 6 and 0, whose meaning is the service's.
- * @return 0 when the attribute is set
+ * @retval 0  the attribute is set
+ * @return otherwise any value: it is not. The library logs that and goes on
  */
 int CfgSetAttributeInt(const char *name, int kind, int value);
 

@@ -6,9 +6,9 @@
  * A queue is an ordered list of job entries, kept in one file of the partition sVarskPartition in one of two forms,
  * which the file's name decides when the queue is opened:
  *   - a name that contains "json" (exactly so: "JSON" does not count) is a JSON task list, SSIB_MODE_BIOS_SMA; the main
- *     one is "BIOS_task_list.json". What the form holds and what it cannot is said at iFlushToJSON and iParseFromJSON;
- *   - any other name is an XML queue file, SSIB_MODE_DEFAULT; the main one is "Main.ssib". What it holds is said at
- *     iFlushSSIBQueue.
+ *     one is "BIOS_task_list.json". See iFlushToJSON and iParseFromJSON for what the form can hold and what it cannot;
+ *   - any other name is an XML queue file, SSIB_MODE_DEFAULT; the main one is "Main.ssib". See iFlushSSIBQueue for what
+ *     it holds.
  *
  * A host starts the library once with vyxSSIB2LinuxInitBackend and then works on gSSSIB2pvt, or on handles of its own
  * that Protocol2Constructor has set up. iOpenSSIB reads the whole file into a list in memory; getting, adding, deleting
@@ -18,8 +18,13 @@
  *   - Arguments are checked first: a refused argument costs nothing and changes nothing.
  *   - Names of files are NUL-terminated wide strings of 4-byte characters, all other texts NUL-terminated single-byte
  *     strings.
- *   - Memory is the process heap. What the library hands out is released with free, a node with the XML service's
- *     DeleteTree. An argument stays the caller's and is only read, unless the function says otherwise.
+ *   - Memory is the process heap. What the library returns to a caller is released with free, a node with the XML
+ *     service's DeleteTree. An argument stays the caller's and is only read, unless the function says otherwise.
+ *   - An argument may point into the handle's list, or share texts and nodes with it, unless the function says
+ *     otherwise.
+ *   - A copy of a Node that is made while memory runs out can have holes: a name, a value, an attribute, a child or the
+ *     siblings that follow are then null, without any other sign. When the first node itself cannot be allocated, the
+ *     copy is null.
  *   - Each step is reported to the debug-log service, when there is one; results never depend on it.
  *   - The library starts no threads and takes no locks: the caller serialises all calls, those on different handles
  *     too, because the JSON writer's buffer and vyx_fgetc's read-ahead are shared by all. Nothing coordinates two
@@ -78,12 +83,12 @@ extern "C" {
 #define SSIB_PRIORITY_FROM_FILE 3U
 
 /** Where iAddToSSIBQueue puts an entry, and the priority that it gets. Entries read from a file have priority 3. */
-#define SSIB_ADD_PREPEND_HI 1U /**< behind the entries of priority 1, ahead of all others */
-#define SSIB_ADD_APPEND_HI 2U  /**< behind priorities 1 and 2, ahead of the entries read from the file */
-#define SSIB_ADD_PREPEND_LO 4U /**< behind the entries read from the file and those of priority 4 */
+#define SSIB_ADD_PREPEND_HI 1U /**< after the entries of priority 1, before all others */
+#define SSIB_ADD_APPEND_HI 2U  /**< after priorities 1 and 2, before the entries read from the file */
+#define SSIB_ADD_PREPEND_LO 4U /**< after the entries read from the file and those of priority 4 */
 #define SSIB_ADD_APPEND_LO 5U  /**< at the very end, whatever stands there */
 
-/** Statuses of the library's own. The top bit is clear, yet they report a flush that wrote nothing. */
+/** Statuses of the library's own. Their top bit is clear, but they report a flush that wrote nothing. */
 #define SSIB_STATUS_NO_DOCUMENT ((EFI_STATUS)0x00300004) /**< no file name, or the document could not be built */
 #define SSIB_STATUS_NO_FILE ((EFI_STATUS)0x00300009)     /**< the document has no text, or its file did not open */
 
@@ -110,7 +115,7 @@ struct SSIB_ENTRY {
   uint16_t Block_ID; /**< identifier of the block */
   uint8_t RB_Type;   /**< optional: SSIB_FIELD_RB_TYPE */
   uint8_t RB_Req;    /**< optional: SSIB_FIELD_RB_REQ */
-  uint32_t Timeout;  /**< optional: SSIB_FIELD_TIMEOUT. Reading a file keeps the low 16 bits alone */
+  uint32_t Timeout;  /**< optional: SSIB_FIELD_TIMEOUT. Reading a file keeps only the low 16 bits */
   uint32_t Rtn_Code; /**< optional: SSIB_FIELD_RTN_CODE. Return code of the job */
   uint16_t RT_Count; /**< optional: SSIB_FIELD_RT_COUNT */
   SSIB_TEXT Job_ID;  /**< optional: SSIB_FIELD_JOB_ID. Job identifier */
@@ -162,8 +167,13 @@ struct SSIB2_PRIVATE_DATA {
 
 extern SSIB2_PRIVATE_DATA gSSSIB2pvt;    /**< the handle that vyxSSIB2LinuxInitBackend sets up */
 extern DEBUG_LOG_PROTOCOL *vyxSsibDebug; /**< the debug-log service in use; null when there is none */
-/** SSIB_PARTITION: the partition of all queue files; 7 characters, writable. Whether a task list exists is asked here, but task
-    lists are always read from, and written to, SSIB_PARTITION. */
+/**
+ * The partition of all queue files; an array of 7 characters that starts as SSIB_PARTITION and may be overwritten.
+ *
+ * XML queue files are read from it and written to it, and every file, a task list too, is looked for and deleted in it.
+ * But the contents of a task list are always read from, and written to, SSIB_PARTITION: with another name here,
+ * iDeleteSSIB and iMergeToMain do not delete the task list that was read.
+ */
 extern wchar_t sVarskPartition[];
 extern const EFI_GUID gQuorEfiXMLProtocolGuid2; /**< the XML service, XML_SERVICE_PROTOCOL */
 extern const EFI_GUID gQuorDebugGUID;           /**< the debug-log service, DEBUG_LOG_PROTOCOL */
@@ -174,36 +184,35 @@ extern const EFI_GUID gEfiVyxSSIBProtocol2Guid; /**< this library's queue protoc
 /**
  * Starts the library: constructs gSSSIB2pvt. Called once, before any other call on that handle.
  *
- * Calling it again while a queue is open gives that queue's list and file name up without releasing or writing them:
- * close it first.
+ * Close a queue that is open before calling it again: its list and file name are neither written nor released then.
  *
- * @return EFI_SUCCESS
- * @return EFI_ABORTED  there is no XML service; gSSSIB2pvt and vyxSsibDebug are as before
+ * @retval EFI_SUCCESS
+ * @retval EFI_ABORTED  there is no XML service; gSSSIB2pvt and vyxSsibDebug are as before
  */
 EFI_STATUS vyxSSIB2LinuxInitBackend(void);
 
 /**
  * Ends the library: zeroes gSSSIB2pvt. Releases and writes nothing, so close every queue first. vyxSsibDebug stays set.
- * @return EFI_SUCCESS
+ * @retval EFI_SUCCESS
  */
 EFI_STATUS vyxSSIB2LinuxUnloadBackend(void);
 
 /**
  * Sets a handle up: finds the XML service and, when there is one, the debug-log service, which is published in
- * vyxSsibDebug. Whatever the handle held before is overwritten, not released.
+ * vyxSsibDebug. What the handle held before is overwritten, not released.
  *
- * @return EFI_SUCCESS            also without a debug-log service: the library then runs silently, after the search's
+ * @retval EFI_SUCCESS            also without a debug-log service: the library then runs silently, after the search's
  *                                one line on standard error
- * @return EFI_INVALID_PARAMETER  SSIB2 is null
- * @return EFI_NOT_FOUND          there is no XML service; the handle and vyxSsibDebug are untouched
+ * @retval EFI_INVALID_PARAMETER  SSIB2 is null
+ * @retval EFI_NOT_FOUND          there is no XML service; the handle and vyxSsibDebug are untouched
  */
 EFI_STATUS Protocol2Constructor(SSIB2_PRIVATE_DATA *SSIB2);
 
 /**
- * Zeroes a handle. Releases nothing: a queue that is still open keeps its list and file name allocated for ever.
+ * Zeroes a handle. Releases nothing: the list and file name of a queue that is still open stay allocated.
  *
- * @return EFI_SUCCESS
- * @return EFI_INVALID_PARAMETER  SSIB2 is null
+ * @retval EFI_SUCCESS
+ * @retval EFI_INVALID_PARAMETER  SSIB2 is null
  */
 EFI_STATUS Protocol2Destructor(SSIB2_PRIVATE_DATA *SSIB2);
 
@@ -213,9 +222,9 @@ EFI_STATUS Protocol2Destructor(SSIB2_PRIVATE_DATA *SSIB2);
  *
  * @param guid      the protocol
  * @param instance  receives the instance, which stays the platform's; untouched on failure
- * @return EFI_SUCCESS
- * @return EFI_INVALID_PARAMETER  an argument is null
- * @return EFI_NOT_FOUND          no instance, or the search failed
+ * @retval EFI_SUCCESS
+ * @retval EFI_INVALID_PARAMETER  an argument is null
+ * @retval EFI_NOT_FOUND          no instance or no array of instances, or the search failed
  */
 EFI_STATUS FindAProtocol(const EFI_GUID *guid, void **instance);
 
@@ -223,37 +232,40 @@ EFI_STATUS FindAProtocol(const EFI_GUID *guid, void **instance);
 
 /**
  * Opens a queue: reads its file into the handle's list and puts the cursor on the first entry. A missing or empty file
- * is an empty queue, and so is one that the partition does not open for another reason than EFI_ACCESS_DENIED; nothing is
- * written before the first flush.
+ * is an empty queue, and so is one that the partition does not open for another reason than EFI_ACCESS_DENIED;
+ * nothing is written before the first flush.
  *
  * On a handle whose queue is open already, only openCount goes up, whatever the name: the open queue stays. Each
- * successful open wants a close.
+ * successful open needs a close.
  *
- * An XML file that is damaged anywhere is refused whole. A child of the root is one entry, whatever its name; an
- * attribute that is not known is ignored, a repeated one holds with its last value, one without text gives 0 or a null
- * string. Of several unknown child elements of a block, Node keeps the last one with what follows it.
+ * Either form is read up to its first NUL byte: what follows it is not seen, damaged or not, and the next flush drops
+ * it. An XML file in which the service finds a fault is refused whole. A child of the root is one entry, whatever its
+ * name; an attribute that is not known is ignored, a repeated one holds with its last value, one without text gives 0
+ * or a null string. Of several unknown child elements of a block, Node keeps the last one with what follows it.
  *
  * Reads flash: the file is opened twice, once for its size. Takes a buffer of the file's size, and time linear in it.
- * A task list with "UPDATE" jobs sets a configuration attribute, as said at iParseFromJSON.
+ * A task list with "UPDATE" jobs sets a configuration attribute, see iParseFromJSON.
  *
  * @param SSIB2     a constructed handle. After a failed open, too, it can be opened again
  * @param fileName  the file's name inside the partition; may be the handle's own ssibFileName
- * @return EFI_SUCCESS            openCount is one higher
- * @return EFI_INVALID_PARAMETER  an argument is null: nothing changed. Or: the text is no task list; see below
- * @return EFI_OUT_OF_RESOURCES   no XML service (the handle keeps all but its mode), or no memory
- * @return EFI_ACCESS_DENIED      the partition refuses the file, or an XML file did not open for reading
- * @return EFI_DEVICE_ERROR       the file ended before its size
- * @return EFI_ABORTED            a task list did not open for reading
- * @return another failure        the XML service's status: the document is not well-formed, or an empty one
- *                                could not be made
+ * @retval EFI_SUCCESS            openCount is one higher
+ * @retval EFI_INVALID_PARAMETER  an argument is null: nothing changed. Or: the text is not a task list; see below
+ * @retval EFI_OUT_OF_RESOURCES   no XML service, or no memory
+ * @retval EFI_ACCESS_DENIED      the partition refuses the file, or an XML file did not open for reading
+ * @retval EFI_DEVICE_ERROR       the file ended before its size
+ * @retval EFI_ABORTED            a task list did not open for reading
+ * @return otherwise the failure of the XML service: the document is not well-formed, or an empty one could not be made
  *
- * A list that the handle holds while no queue is open (entries added or parsed too early, or left by a refused close) is
- * released by an open, whether that succeeds or fails, unless it fails for want of an XML service.
- *
- * After a failure openCount is unchanged and the list empty; mode is that of the name, and
- * ssibFileName is null except after EFI_ABORTED. One failure is different: when iParseFromJSON fails,
- * for whatever reason, the task list counts as open, with an empty list and openCount 1, and wants a close. Its file keeps
- * its bytes as long as nothing is added, because the writer refuses an empty list. openCount tells the cases apart.
+ * What a failed open leaves in the handle:
+ *   - a null argument: everything as before;
+ *   - no XML service for an XML queue: everything as before but mode, which is SSIB_MODE_DEFAULT;
+ *   - any other failure: mode is that of the name, list and cursor are empty, ssibFileName is null (after EFI_ABORTED
+ *     it holds the name until the next open), openCount is 0. What the handle held before is released: a list that
+ *     was there although no queue was open (entries added or parsed too early, or left by a refused close), the name,
+ *     and by the open of an XML queue the tree in xmlRoot;
+ *   - a failure of iParseFromJSON, for whatever reason: the task list counts as open, with its name, an empty list and
+ *     openCount 1, and needs a close. Its file keeps its bytes as long as nothing is added, because the writer refuses
+ *     an empty list. openCount tells this case from the others.
  */
 EFI_STATUS iOpenSSIB(SSIB2_PRIVATE_DATA *SSIB2, const wchar_t *fileName);
 
@@ -267,17 +279,17 @@ EFI_STATUS iOpenSSIB(SSIB2_PRIVATE_DATA *SSIB2, const wchar_t *fileName);
  * begins with a double quote loses its first and its last character. Node is stored only when Cmd_Line is null. What
  * belongs to task lists is not stored.
  *
- * Writes flash: the document is built in memory first, so whatever fails before the file is opened leaves the file as it
- * was. How the partition's close went is not looked at: a platform that replaces the file only then can still keep the old
- * one. Costs one walk of the list.
+ * Writes flash: the document is built in memory first, so whatever fails before the file is opened leaves the file as
+ * it was. The status of the partition's close is ignored: a platform that replaces the file only then can still keep
+ * the old one. Costs one walk of the list.
  *
  * @param SSIB2  a handle with an open queue
- * @return EFI_SUCCESS
- * @return EFI_INVALID_PARAMETER    SSIB2 is null, or an XML queue's handle has no XML service
- * @return SSIB_STATUS_NO_DOCUMENT  the handle has no file name (no queue is open), memory ran out, or the XML
- *                                  service refused a text; file untouched
- * @return SSIB_STATUS_NO_FILE      the service gave no text, or the file did not open for writing
- * @return EFI_DEVICE_ERROR         the text was not written completely. What the file holds is up to the partition
+ * @retval EFI_SUCCESS
+ * @retval EFI_INVALID_PARAMETER    SSIB2 is null, or an XML queue's handle has no XML service
+ * @retval SSIB_STATUS_NO_DOCUMENT  the handle has no file name (no queue is open), memory ran out, or the XML
+ *                                  service refused a text or a Node whose copy lacks a name; file untouched
+ * @retval SSIB_STATUS_NO_FILE      the service gave no text, or the file did not open for writing
+ * @retval EFI_DEVICE_ERROR         the text was not written completely. What the file holds is up to the partition
  */
 EFI_STATUS iFlushSSIBQueue(SSIB2_PRIVATE_DATA *SSIB2);
 
@@ -285,78 +297,77 @@ EFI_STATUS iFlushSSIBQueue(SSIB2_PRIVATE_DATA *SSIB2);
  * Ends one use of a queue. The close that brings openCount to 0 flushes the queue and releases the file name and the
  * list; every other close only counts down, and one on a handle that is not open does nothing.
  *
- * The release happens whatever the flush says: after a failed flush, what was only in memory is lost. A caller that
- * must not lose it calls iFlushSSIBQueue first and closes when that succeeded. There is no recovery from a close that
- * was refused.
+ * The release happens whatever the flush returns: after a failed flush, what was only in memory is lost. A caller that
+ * must not lose it calls iFlushSSIBQueue first and closes when that succeeded. Nothing undoes a close that was refused.
  *
  * Writes flash, as iFlushSSIBQueue does.
  *
- * @return EFI_SUCCESS
- * @return EFI_INVALID_PARAMETER  SSIB2 is null; or, on the last close, there is no XML service: openCount is then 0,
+ * @retval EFI_SUCCESS
+ * @retval EFI_INVALID_PARAMETER  SSIB2 is null; or, on the last close, there is no XML service: openCount is then 0,
  *                                nothing is written, and name and list stay with the handle until its next open
- * @return another status         that of the last close's iFlushSSIBQueue; for a task list that has become empty this
- *                                is EFI_INVALID_PARAMETER, and its file keeps the old entries
+ * @return otherwise the status of the last close's iFlushSSIBQueue; for a task list that has become empty this is
+ *         EFI_INVALID_PARAMETER, and its file keeps the old entries
  */
 EFI_STATUS iCloseSSIB(SSIB2_PRIVATE_DATA *SSIB2);
 
 /**
- * Deletes a queue's file. A handle that has it open keeps its list, and writes the file anew when it flushes.
- * Changes flash.
+ * Deletes a queue's file, in sVarskPartition. A handle that has it open keeps its list, and writes the file anew when
+ * it flushes. Changes flash.
  *
- * @param SSIB2     not used, yet not null
+ * @param SSIB2     only tested for null
  * @param fileName  the file's name inside the partition
- * @return EFI_SUCCESS            the file was there; whether the partition deleted it is not looked at
- * @return EFI_INVALID_PARAMETER  an argument is null
- * @return EFI_NOT_FOUND          the file cannot be opened for reading
+ * @retval EFI_SUCCESS            the file was there; whether the partition deleted it is not looked at
+ * @retval EFI_INVALID_PARAMETER  an argument is null
+ * @retval EFI_NOT_FOUND          the file cannot be opened for reading
  */
 EFI_STATUS iDeleteSSIB(SSIB2_PRIVATE_DATA *SSIB2, const wchar_t *fileName);
 
 /**
- * Folds a sub-queue into the main queue of its form, "Main.ssib" or "BIOS_task_list.json": its entries move behind
- * those of the main queue, in their order, whatever the priorities; nothing is compared, so an entry in both is there
- * twice. A main queue without a file is created.
+ * Folds a sub-queue into the main queue of its form, "Main.ssib" or "BIOS_task_list.json": its entries are put
+ * after those of the main queue, in their order, whatever the priorities; nothing is compared, so an entry in both is
+ * there twice. A main queue without a file is created.
  *
- * Works on two handles of its own and never looks at the caller's: whoever has the main queue open closes it first, or
- * its next flush undoes the merge.
+ * Works on two handles of its own and never looks at the caller's: a caller who has the main queue open closes it
+ * first, or its next flush undoes the merge.
  *
  * Reads and writes flash: the sub-queue's file is emptied first (an XML file; a task list keeps its entries) and
  * deleted when that is asked for, then the main file is written. When that last write fails, the moved
  * entries are in neither file, unless their task list was left in place. A file that iOpenSSIB cannot read and
- * opens as an empty queue loses its entries here, the sub-queue's as well as the main queue's. The main queue merged into
- * itself has every entry twice.
+ * opens as an empty queue loses its entries here, the sub-queue's as well as the main queue's. The main queue merged
+ * into itself has every entry twice.
  *
- * Setting the handles up refreshes vyxSsibDebug, as Protocol2Constructor does; reading task lists with "UPDATE" jobs sets a
- * configuration attribute, as said at iParseFromJSON.
+ * Setting the handles up refreshes vyxSsibDebug, as Protocol2Constructor does; reading task lists with "UPDATE" jobs
+ * sets a configuration attribute, see iParseFromJSON.
  *
- * @param SSIB2           not used, yet not null
+ * @param SSIB2           only tested for null
  * @param subQueueName    the sub-queue's file
- * @param deleteSubQueue  not 0: delete that file
- * @return EFI_SUCCESS            both queues were opened; how closing and deleting went is not told
- * @return EFI_INVALID_PARAMETER  one of the first two arguments is null; or a task list does not parse
- * @return EFI_NOT_FOUND          the sub-queue's file cannot be opened, or there is no XML service; files untouched
- * @return another failure        that of iOpenSSIB for either queue. The main file is untouched, the sub-queue's
- *                                file at most written again with its own entries
+ * @param deleteSubQueue  not 0: delete that file, in sVarskPartition
+ * @retval EFI_SUCCESS            both queues were opened; failures of closing and deleting are not reported
+ * @retval EFI_INVALID_PARAMETER  one of the first two arguments is null; or a task list does not parse
+ * @retval EFI_NOT_FOUND          the sub-queue's file cannot be opened, or there is no XML service; files untouched
+ * @return otherwise the failure of iOpenSSIB for either queue. The main file is untouched, the sub-queue's file at most
+ *         written again with its own entries
  */
 EFI_STATUS iMergeToMain(SSIB2_PRIVATE_DATA *SSIB2, const wchar_t *subQueueName, uint32_t deleteSubQueue);
 
 /* ---- Entries ----------------------------------------------------------------------------------------------------- */
 
 /**
- * Hands out the entry under the cursor and moves the cursor to the next one. Entries that were added ahead of the
- * cursor, or after the walk was over, are not reached by this walk; that of an empty queue is over from the start. A new
- * walk begins with a new open, or with `SSIB2->ssibEntryListPtr = SSIB2->ssibEntryListHead`.
+ * Copies the entry under the cursor for the caller and moves the cursor to the next one. Entries that were added before
+ * the cursor, or after the walk was over, are not reached by this walk; that of an empty queue is over from the
+ * start. A new walk begins with a new open, or with `SSIB2->ssibEntryListPtr = SSIB2->ssibEntryListHead`.
  *
  * @param SSIB2  a handle with an open queue
  * @param entry  overwritten with a copy whose strings and Node are the caller's; what it pointed to before is not
- *               released. A string or node that could not be allocated is null, without any other sign. Untouched on
- *               failure
- * @return EFI_SUCCESS
- * @return EFI_INVALID_PARAMETER  an argument is null, or the handle has no XML service
- * @return EFI_END_OF_FILE        the walk is over, or the queue is empty
+ *               released, so it must not be an element's own. A string that could not be allocated is null, without any
+ *               other sign, and Node can have holes. Untouched on failure
+ * @retval EFI_SUCCESS
+ * @retval EFI_INVALID_PARAMETER  an argument is null, or the handle has no XML service
+ * @retval EFI_END_OF_FILE        the walk is over, or the queue is empty
  */
 EFI_STATUS iGetSSIBNextEntry(SSIB2_PRIVATE_DATA *SSIB2, SSIB_ENTRY *entry);
 
-/** The same as iGetSSIBNextEntry, but the cursor stays where it is. */
+/** The same as iGetSSIBNextEntry, arguments and statuses included, but the cursor stays where it is. */
 EFI_STATUS iPeekSSIBNextEntry(SSIB2_PRIVATE_DATA *SSIB2, SSIB_ENTRY *entry);
 
 /**
@@ -366,14 +377,15 @@ EFI_STATUS iPeekSSIBNextEntry(SSIB2_PRIVATE_DATA *SSIB2, SSIB_ENTRY *entry);
  * @param SSIB2        a constructed handle, with an open queue
  * @param count        number of entries
  * @param entries      `count` pointers to entries. An entry whose Timeout is 0 has 600 written into it, and is
- *                     otherwise only read. May be null when count is 0
+ *                     otherwise only read; this holds for an element's own entry, too. May be null when count is 0
  * @param fieldMask    SSIB_FIELD_ bits: which optional fields of these entries are valid. Without SSIB_FIELD_JOB_ID no
  *                     Job_ID is kept
  * @param addLocation  one of the SSIB_ADD_ values
- * @return EFI_SUCCESS            all were added. A string or node that could not be allocated is null in the list
- * @return EFI_INVALID_PARAMETER  SSIB2 or one of the pointers is null, there is no XML service, or no such location:
+ * @retval EFI_SUCCESS            all were added. A string that could not be allocated is null in the list, and a Node
+ *                                can have holes
+ * @retval EFI_INVALID_PARAMETER  SSIB2 or one of the pointers is null, there is no XML service, or no such location:
  *                                nothing changed
- * @return EFI_OUT_OF_RESOURCES   an element could not be allocated; the entries before it have been added, and
+ * @retval EFI_OUT_OF_RESOURCES   an element could not be allocated; the entries before it have been added, and
  *                                its own entry may have got the Timeout of 600
  */
 EFI_STATUS iAddToSSIBQueue(SSIB2_PRIVATE_DATA *SSIB2, uint32_t count, SSIB_ENTRY **entries, uint32_t fieldMask,
@@ -391,19 +403,20 @@ EFI_STATUS iAddToSSIBQueue(SSIB2_PRIVATE_DATA *SSIB2, uint32_t count, SSIB_ENTRY
  *
  * A handle without an XML service cannot release the Node of the element: it stays allocated.
  *
- * @return EFI_SUCCESS
- * @return EFI_INVALID_PARAMETER  an argument is null, or no entry matches
+ * @param entry  the key. When it is an element's own entry, or shares texts with one, it may be released by the call
+ * @retval EFI_SUCCESS
+ * @retval EFI_INVALID_PARAMETER  an argument is null, or no entry matches
  */
 EFI_STATUS iDeleteSSIBEntry(SSIB2_PRIVATE_DATA *SSIB2, const SSIB_ENTRY *entry);
 
 /**
  * iDeleteSSIBEntry, then iFlushSSIBQueue, so that the removal lasts. Writes flash.
  *
- * @return EFI_SUCCESS
- * @return EFI_INVALID_PARAMETER  an argument is null, or no entry matches: nothing changed, nothing written. Or:
+ * @retval EFI_SUCCESS
+ * @retval EFI_INVALID_PARAMETER  an argument is null, or no entry matches: nothing changed, nothing written. Or:
  *                                the flush refused, and the entry is out of the list all the same
- * @return another status         that of iFlushSSIBQueue; the entry is out of the list all the same. The last job of a
- *                                task list cannot be removed from its file: the writer refuses an empty list
+ * @return otherwise the status of iFlushSSIBQueue; the entry is out of the list all the same. The last job of a task
+ *         list cannot be removed from its file: the writer refuses an empty list
  */
 EFI_STATUS iRemoveFromSSIBQueue(SSIB2_PRIVATE_DATA *SSIB2, const SSIB_ENTRY *entry);
 
@@ -417,28 +430,30 @@ EFI_STATUS iRemoveFromSSIBQueue(SSIB2_PRIVATE_DATA *SSIB2, const SSIB_ENTRY *ent
  * and Job_Type (16) must be equal where both sides have them.
  *
  * @param SSIB2  read only when both entries are given
- * @return 0           the same job, or both null
- * @return 1           not the same, one is null, SSIB2 is null, or its mode is unknown
- * @return 0xFFFFFFFF  a Node could not be serialised, or there is no XML service to do it
- * @return other       not the same: the serialised Nodes differ, as strcmp tells. That may be 1 or 0xFFFFFFFF, too: test
- *                     for 0
+ * @retval 0           the same job, or both null
+ * @retval 1           not the same, one is null, SSIB2 is null, or its mode is unknown
+ * @retval 0xFFFFFFFF  a Node could not be serialised, its document has no text, or there is no XML service to do it
+ * @return otherwise what strcmp returned for the serialised Nodes, which differ. That may be 1 or 0xFFFFFFFF, too: test
+ *         for 0
  */
 uint32_t SSIBEntryCmp(SSIB2_PRIVATE_DATA *SSIB2, const SSIB_ENTRY *e1, const SSIB_ENTRY *e2);
 
 /**
  * Replaces the first entry that SSIBEntryCmp finds equal to oldEntry by a copy of newEntry. Its place, priority and
- * fieldMask stay: the mask still decides which optional fields reach the file. Nothing is written to flash. Costs one walk,
- * and in an XML queue two serialised Nodes for each entry that differs in nothing else.
+ * fieldMask stay: the mask still decides which optional fields reach the file. Nothing is written to flash. Costs one
+ * walk, and in an XML queue two serialised Nodes for each entry that differs in nothing else.
  *
- * A handle without an XML service cannot release the old Node of the element, nor a copy of the new one that failed
- * half-way: they stay allocated.
+ * The old contents are released before the new ones are copied. newEntry must therefore not be an element's own entry,
+ * nor point to a text or a node that the matching element owns: it would be read after it was freed. oldEntry may.
+ *
+ * A handle without an XML service cannot release the old Node of the element: it stays allocated.
  *
  * @param oldEntry  the key
- * @param newEntry  the new contents; may be the same record as oldEntry, but neither may be the list's own
- * @return EFI_SUCCESS
- * @return EFI_INVALID_PARAMETER  an argument is null
- * @return EFI_NOT_FOUND          the list is empty, or no entry matches: nothing changed
- * @return EFI_OUT_OF_RESOURCES   a string or the Node could not be copied whole. The old contents are gone; the
+ * @param newEntry  the new contents; may be the same record as oldEntry, when that owns nothing of the list
+ * @retval EFI_SUCCESS            the new Node can have holes
+ * @retval EFI_INVALID_PARAMETER  an argument is null
+ * @retval EFI_NOT_FOUND          the list is empty, or no entry matches: nothing changed
+ * @retval EFI_OUT_OF_RESOURCES   a string or the first node of Node could not be copied. The old contents are gone; the
  *                                element has the new numbers and the strings copied so far, and null in the others
  *                                and in Node
  */
@@ -459,9 +474,9 @@ EFI_STATUS iReplaceSSIBEntry(SSIB2_PRIVATE_DATA *SSIB2, const SSIB_ENTRY *oldEnt
  *
  * Writes flash, in the partition "VAR025" whatever sVarskPartition says. Costs one walk.
  *
- * @return EFI_SUCCESS            the file was opened; write errors are not detected
- * @return EFI_INVALID_PARAMETER  SSIB2 is null, the list is empty, or there is no file name; the file is not touched
- * @return EFI_ABORTED            the file did not open for writing
+ * @retval EFI_SUCCESS            the file was opened; write errors are not detected
+ * @retval EFI_INVALID_PARAMETER  SSIB2 is null, the list is empty, or there is no file name; the file is not touched
+ * @retval EFI_ABORTED            the file did not open for writing
  */
 EFI_STATUS iFlushToJSON(SSIB2_PRIVATE_DATA *SSIB2);
 
@@ -469,20 +484,20 @@ EFI_STATUS iFlushToJSON(SSIB2_PRIVATE_DATA *SSIB2);
  * Reads the text of a JSON task list and appends its jobs, with priority 3, to the handle's list; then puts the cursor
  * on the first element. Their fieldMask is 0 and their mode SSIB_MODE_DEFAULT, also when there is a Job_ID.
  * A job whose type begins with "UPDATE" sets the configuration attribute
- * "Calderwick.Embedded.1#CWAttributes.1#PackageCacheUpdateFlag", once for each such job; whether that worked is not told.
+ * "Calderwick.Embedded.1#CWAttributes.1#PackageCacheUpdateFlag", once for each such job; a failure is not reported.
  *
  * This is a scanner of the writer's own form, not a JSON parser. The first "[" opens the list; braces and brackets
- * count inside values, too; a value is the text between the next two double quotes behind the first occurrence of its
- * quoted key in the object, without escapes. An empty value, like a missing key, gives a null string. A "{" behind the
+ * count inside values, too; a value is the text between the next two double quotes after the first occurrence of its
+ * quoted key in the object, without escapes. An empty value, like a missing key, gives a null string. A "{" after the
  * list is refused.
  *
  * @param SSIB2  a constructed handle
  * @param text   NUL-terminated
- * @return EFI_SUCCESS
- * @return EFI_INVALID_PARAMETER  an argument is null, or there is no balanced "[" ... "]": list and cursor as before.
+ * @retval EFI_SUCCESS
+ * @retval EFI_INVALID_PARAMETER  an argument is null, or there is no balanced "[" ... "]": list and cursor as before.
  *                                Or an object is not closed inside the list: the jobs before it stay appended, the
  *                                cursor is on the first element
- * @return EFI_OUT_OF_RESOURCES   an element could not be allocated; the jobs before it stay appended, the cursor is on
+ * @retval EFI_OUT_OF_RESOURCES   an element could not be allocated; the jobs before it stay appended, the cursor is on
  *                                the first element. A string that could not be allocated is null, without any other
  *                                sign
  */
@@ -498,7 +513,7 @@ SSIB_ENTRY_LIST *le_new(void);
  * Costs one walk.
  *
  * @param head     address of the list's head pointer
- * @param element  the new last element
+ * @param element  the new last element, which must not be in a list
  */
 void le_insert_tail(SSIB_LINK *head, SSIB_ENTRY_LIST *element);
 
@@ -527,8 +542,8 @@ char *fgetline(char *buf, size_t size, FILE *stream);
 /**
  * A block of at least newSize bytes with the contents of ptr.
  *
- * @param ptr      a block of oldSize bytes, or null. It is the caller's no more afterwards, even when the result is
- *                 null
+ * @param ptr      a block of oldSize bytes, or null. Afterwards it is no longer the caller's, even when the
+ *                 result is null
  * @param oldSize  in bytes; when not below newSize, ptr itself is returned: blocks never shrink
  * @return the block, the caller's; null when there is no memory
  */
@@ -552,7 +567,7 @@ char *strnstr(const char *haystack, const char *needle, size_t n);
  *
  * @param dst  receives the characters, and a terminator only when it fits
  * @param len  capacity of dst in characters
- * @return dst; null when an argument is null or len is 0. How many characters were converted is not told
+ * @return dst; null when an argument is null or len is 0. How many characters were converted is not reported
  */
 wchar_t *asciiToUnicode(const char *src, wchar_t *dst, size_t len);
 

@@ -4,7 +4,8 @@
  * The XML service's tree records and its table of operations.
  *
  * The records belong to both sides: the service builds trees that the library reads, the library builds trees that the
- * service serialises and releases. Every record, string record and text is a block of its own on the process heap.
+ * service serialises and releases. Every record, string record and text is a block of its own on the process heap. What
+ * the flags of a string mean is the service's business: the library writes 1 and never looks at them.
  */
 #ifndef VYX_XML_SERVICE_H
 #define VYX_XML_SERVICE_H
@@ -28,7 +29,7 @@ typedef XML_NODE *XML_NODE_LINK VYX_UNALIGNED;
 
 /** A text: 8 bytes on a 32-bit machine. */
 struct XML_STRING {
-  uint32_t flags; /**< 1 in every string that the library builds */
+  uint32_t flags; /**< 1 in every string that the library builds; a copied string has the flags of its source */
   XML_TEXT text;  /**< NUL-terminated, owned by the record; may be null */
 } VYX_PACKED;
 
@@ -67,7 +68,9 @@ struct XML_SERVICE_PROTOCOL {
    * Parses a whole document.
    * @param image  flags 1, text the NUL-terminated document; stays the caller's
    * @param root   receives the root element, which the caller releases with DeleteTree
-   * @return EFI_SUCCESS; a failure status when the document is not well-formed or memory ran out, with nothing kept
+   * @retval EFI_SUCCESS  the root is handed out
+   * @return otherwise a failure status, which iOpenSSIB returns: the document is not well-formed or memory ran out;
+   *         nothing is kept
    */
   EFI_STATUS (*ParseImage)(XML_SERVICE_PROTOCOL *service, const XML_STRING *image, XML_NODE **root);
 
@@ -76,7 +79,10 @@ struct XML_SERVICE_PROTOCOL {
    * @param root   stays the caller's and is only read. The library's trees need not have parent links
    * @param flag   1
    * @param image  receives the document; the caller frees its text and then the record
-   * @return EFI_SUCCESS; a failure status, with nothing kept, when memory ran out or the tree holds what XML cannot
+   * @retval EFI_SUCCESS  the document is handed out. One without a text is a failure, too: the flush writes nothing,
+   *                      and a comparison fails
+   * @return otherwise a failure status: memory ran out, or the tree holds what XML cannot, an element or attribute
+   *         without a name included; nothing is kept
    */
   EFI_STATUS (*SerializeTree)(XML_SERVICE_PROTOCOL *service, const XML_NODE *root, uint32_t flag, XML_STRING **image);
 
@@ -84,13 +90,16 @@ struct XML_SERVICE_PROTOCOL {
    * Makes an element without attributes and children.
    * @param name  flags 1, text the element's name; stays the caller's
    * @param node  receives the element, which the caller releases with DeleteTree
+   * @retval EFI_SUCCESS  the element is handed out
+   * @return otherwise a failure status, with nothing kept
    */
   EFI_STATUS (*CreateNode)(XML_SERVICE_PROTOCOL *service, const XML_STRING *name, XML_NODE **node);
 
   /**
    * Releases an element with its strings, its attributes and what is below it. Given the first element of a chain, it
    * must release the siblings that follow too: the library passes roots, unattached blocks and whole copied chains. A
-   * tree that was built or copied without enough memory has null pointers, also for a name.
+   * tree that was built or copied without enough memory has null pointers, also for a name. The library ignores the
+   * result.
    */
   EFI_STATUS (*DeleteTree)(XML_SERVICE_PROTOCOL *service, XML_NODE *node);
 };

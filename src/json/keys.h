@@ -11,13 +11,12 @@ namespace ssib {
 struct JsonKey {
   std::string_view quoted;  // as it stands in the document
   const char *lineStart;    // what the writer puts in front of the value
-  SSIB_TEXT SSIB_ENTRY::*member;
-  const wchar_t *valueLine;  // logged with a value that was read
+  StringField field;
 };
 
-#define SSIB_KEY(name, member)                                                         \
-  JsonKey {                                                                            \
-    "\"" name "\"", "      \"" name "\" : \"", &SSIB_ENTRY::member, L"" #member ": %s" \
+#define SSIB_KEY(name, member)                                                  \
+  JsonKey {                                                                     \
+    "\"" name "\"", "      \"" name "\" : \"", stringField(&SSIB_ENTRY::member) \
   }
 
 // In the order of the document.

@@ -12,7 +12,6 @@
 #include "ssib_if2_backend/log.h"
 
 namespace ssib {
-
 namespace {
 
 constexpr char kUpdateJob[] = "UPDATE";
@@ -55,7 +54,7 @@ void noteKey(std::string_view text, KeyEnds &ends) {
   }
 }
 
-// Most quotes are told apart from the beginning of a key by the character behind them.
+// Most quotes are known not to begin a key by the character after them.
 constexpr auto kBeginsKey = [] {
   std::array<bool, 256> table = {};
   for (const JsonKey &key : kKeys) table[static_cast<unsigned char>(key.quoted[1])] = true;
@@ -73,8 +72,8 @@ KeyEnds findKeys(std::string_view object) {
   return ends;
 }
 
-// A copy of the text between the next two double quotes behind a key and the one character after it; they may lie beyond the
-// object. Null when there are none, when nothing is between them, and when there is no memory.
+// A copy of the text between the next two double quotes that follow a key and one character more; they may lie beyond
+// the object. Null when there are none, when nothing is between them, and when there is no memory.
 char *copyValue(const char *keyEnd) {
   const char *opening = keyEnd + 1;  // the quote is a few characters on: a loop finds it before a call would
   while (*opening != '"' && *opening != '\0') ++opening;
@@ -111,7 +110,7 @@ class TaskListReader {
     return EFI_INVALID_PARAMETER;
   }
 
-  // A "{" anywhere behind the array is an object that is not closed inside it.
+  // A "{" anywhere after the array is an object that is not closed inside it.
   EFI_STATUS readObjects(const char *at, const char *arrayEnd) {
     while ((at = std::strchr(at, '{')) != nullptr) {
       const auto left = static_cast<std::size_t>(std::max<std::ptrdiff_t>(arrayEnd - at, 0));
@@ -144,9 +143,9 @@ class TaskListReader {
       const JsonKey &key = kKeys[at];
       char *value = ends[at] == nullptr ? nullptr : copyValue(ends[at]);
       if (value == nullptr) continue;
-      entry.*key.member = value;
-      say(key.valueLine, value);
-      if (key.member == &SSIB_ENTRY::Job_Type) flagUpdate(value);
+      entry.*key.field.member = value;
+      say(key.field.valueLine, value);
+      if (key.field.member == &SSIB_ENTRY::Job_Type) flagUpdate(value);
     }
   }
 
@@ -156,7 +155,7 @@ class TaskListReader {
     say(isSet ? L"Able to Set the attr %s" : L"ERROR: unable to Set the attr %s", kUpdateFlag);
   }
 
-  // From the element before on, so that a long list is not walked for each job.
+  // The walk begins at the last element, so that a long list is not walked for each job.
   void append(SSIB_ENTRY_LIST *element) {
     le_insert_tail(tail_, element);
     tail_ = &element->next;
@@ -167,10 +166,13 @@ class TaskListReader {
 };
 
 }  // namespace
-
 }  // namespace ssib
 
-extern "C" EFI_STATUS iParseFromJSON(SSIB2_PRIVATE_DATA *SSIB2, const char *text) {
+extern "C" {
+
+EFI_STATUS iParseFromJSON(SSIB2_PRIVATE_DATA *SSIB2, const char *text) {
   if (SSIB2 == nullptr) return EFI_INVALID_PARAMETER;
   return ssib::TaskListReader(*SSIB2).read(text);
 }
+
+}  // extern "C"

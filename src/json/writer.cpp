@@ -12,7 +12,6 @@
 #include "ssib_if2_backend/partition.h"
 
 namespace ssib {
-
 namespace {
 
 constexpr char kDocumentHead[] = "{\n  \"SMAJob\":\n  [\n";
@@ -40,48 +39,65 @@ class OutputBuffer {
     length_ = 0;
   }
 
+  void clear() {
+    std::memset(text_, 0, sizeof(text_));
+    length_ = 0;
+  }
+
  private:
   char text_[SSIB_TASK_LIST_TEXT_MAX + 1];
   std::size_t length_ = 0;  // without the terminating zero
 };
 
-// One area for all calls; empty between them.
+// One area for all calls. A flush that a host has left half-way leaves its text here.
 OutputBuffer output;
 
-class TaskListWriter {
- public:
-  TaskListWriter(const SSIB2_PRIVATE_DATA &handle, std::FILE *stream) : handle_(handle), stream_(stream) {}
+void writeFrame(const SSIB2_PRIVATE_DATA &handle, std::FILE *stream, const char *text) {
+  const EFI_STATUS status = jsonWriter(stream, text);
+  if (EFI_ERROR(status)) logTo(handle.debugProto, kLibraryTag, L"ERROR: %r\n", status);
+}
 
-  void writeDocument() {
-    writeFrame(kDocumentHead);
-    for (const SSIB_ENTRY_LIST *element = handle_.ssibEntryListHead; element != nullptr; element = element->next) {
-      writeFrame(kObjectOpen);
-      writeJob(element->entry);
-      writeFrame(element->next == nullptr ? kLastObjectClose : kObjectClose);
-    }
-    writeFrame(kDocumentTail);
-    output.write(stream_);
+void writeJob(const SSIB2_PRIVATE_DATA &handle, std::FILE *stream, const SSIB_ENTRY &entry) {
+  logTo(handle.debugProto, kLibraryTag, L"Writing JobType [%s], ResourceType [%s] ...", orEmpty(entry.Job_Type),
+        orEmpty(entry.Resource_Type));
+  for (const JsonKey &key : kKeys) {
+    output.append(stream, key.lineStart);
+    output.append(stream, orEmpty(entry.*key.field.member));
+    output.append(stream, &key == std::prev(std::end(kKeys)) ? kLastValueEnd : kValueEnd);
   }
+}
 
- private:
-  void writeFrame(const char *text) {
-    const EFI_STATUS status = jsonWriter(stream_, text);
-    if (EFI_ERROR(status)) logTo(handle_.debugProto, kLibraryTag, L"ERROR: %r\n", status);
+void writeDocument(const SSIB2_PRIVATE_DATA &handle, std::FILE *stream) {
+  output.clear();
+  logTo(handle.debugProto, kLibraryTag, L"Writing entries now ...");
+  writeFrame(handle, stream, kDocumentHead);
+  for (const SSIB_ENTRY_LIST *element = handle.ssibEntryListHead; element != nullptr; element = element->next) {
+    writeFrame(handle, stream, kObjectOpen);
+    writeJob(handle, stream, element->entry);
+    writeFrame(handle, stream, element->next == nullptr ? kLastObjectClose : kObjectClose);
   }
+  writeFrame(handle, stream, kDocumentTail);
+  output.write(stream);
+}
 
-  void writeJob(const SSIB_ENTRY &entry) {
-    logTo(handle_.debugProto, kLibraryTag, L"Writing JobType [%s], ResourceType [%s] ...", orEmpty(entry.Job_Type),
-          orEmpty(entry.Resource_Type));
-    for (const JsonKey &key : kKeys) {
-      output.append(stream_, key.lineStart);
-      output.append(stream_, orEmpty(entry.*key.member));
-      output.append(stream_, &key == std::prev(std::end(kKeys)) ? kLastValueEnd : kValueEnd);
-    }
+EFI_STATUS writeFile(const SSIB2_PRIVATE_DATA &handle) {
+  logNarrow(handle.debugProto, L"Opening file [%s]", handle.ssibFileName);
+  PartitionFile file(kJsonSource, kTaskListPartition, handle.ssibFileName, kForWriting);
+  if (file.stream() == nullptr) {
+    logNarrow(handle.debugProto, L"ERROR: unable to open %s\n", handle.ssibFileName);
+    return EFI_ABORTED;
   }
-
-  const SSIB2_PRIVATE_DATA &handle_;
-  std::FILE *stream_;
-};
+  if (EFI_ERROR(file.status())) {
+    logNarrow(handle.debugProto, L"ERROR: unable to open %s %r\n", handle.ssibFileName, file.status());
+    file.close(kTaskListPartition);
+    return EFI_ABORTED;
+  }
+  writeDocument(handle, file.stream());
+  logNarrow(handle.debugProto, L"Closing [%s].", kTaskListPartition);
+  file.close(kTaskListPartition);
+  logTo(handle.debugProto, kLibraryTag, L"Returning EFI_SUCCESS.");
+  return file.status();
+}
 
 }  // namespace
 
@@ -93,26 +109,13 @@ EFI_STATUS jsonWriter(std::FILE *stream, const char *text) {
 
 }  // namespace ssib
 
-using namespace ssib;
+extern "C" {
 
-extern "C" EFI_STATUS iFlushToJSON(SSIB2_PRIVATE_DATA *SSIB2) {
+EFI_STATUS iFlushToJSON(SSIB2_PRIVATE_DATA *SSIB2) {
   if (SSIB2 == nullptr || SSIB2->ssibEntryListHead == nullptr || SSIB2->ssibFileName == nullptr) {
     return EFI_INVALID_PARAMETER;
   }
-  logNarrow(SSIB2->debugProto, L"Opening file [%s]", SSIB2->ssibFileName);
-  PartitionFile file(kJsonSource, kTaskListPartition, SSIB2->ssibFileName, kForWriting);
-  if (file.stream() == nullptr) {
-    logNarrow(SSIB2->debugProto, L"ERROR: unable to open %s\n", SSIB2->ssibFileName);
-    return EFI_ABORTED;
-  }
-  if (EFI_ERROR(file.status())) {
-    logNarrow(SSIB2->debugProto, L"ERROR: unable to open %s %r\n", SSIB2->ssibFileName, file.status());
-    return EFI_ABORTED;
-  }
-  logTo(SSIB2->debugProto, kLibraryTag, L"Writing entries now ...");
-  TaskListWriter(*SSIB2, file.stream()).writeDocument();
-  logNarrow(SSIB2->debugProto, L"Closing [%s].", kTaskListPartition);
-  file.close(kTaskListPartition);
-  logTo(SSIB2->debugProto, kLibraryTag, L"Returning EFI_SUCCESS.");
-  return file.status();
+  return ssib::writeFile(*SSIB2);
 }
+
+}  // extern "C"

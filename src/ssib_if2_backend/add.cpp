@@ -8,8 +8,7 @@
 #include "ssib_if2_backend/log.h"
 #include "ssib_if2_backend/xml_tree.h"
 
-using namespace ssib;
-
+namespace ssib {
 namespace {
 
 struct AddLocation {
@@ -48,15 +47,14 @@ void addString(const StringField &field, const SSIB_ENTRY &source, SSIB_ENTRY_LI
 }
 
 // An element with copies of all that the entry points to; null when there is no memory for the element.
-SSIB_ENTRY_LIST *newElement(XML_SERVICE_PROTOCOL *service, const SSIB_ENTRY &entry, std::uint32_t fieldMask,
-                            const AddLocation &location) {
+SSIB_ENTRY_LIST *newElement(const SSIB_ENTRY &entry, std::uint32_t fieldMask, const AddLocation &location) {
   SSIB_ENTRY_LIST *element = le_new();
   if (element == nullptr) return nullptr;
   element->entry = entry;
   element->fieldMask = fieldMask;
   element->priority = static_cast<std::uint8_t>(location.code);
   for (const StringField &field : kStrings) addString(field, entry, *element);
-  element->entry.Node = copyNode(service, entry.Node);
+  element->entry.Node = dupeNode(entry.Node, nullptr);
   return element;
 }
 
@@ -75,24 +73,32 @@ void insert(SSIB_LINK *point, SSIB_ENTRY_LIST *element, const AddLocation &locat
   log(L"iAddToSSIBQueue - Done.");
 }
 
-}  // namespace
-
-extern "C" EFI_STATUS iAddToSSIBQueue(SSIB2_PRIVATE_DATA *SSIB2, uint32_t count, SSIB_ENTRY **entries,
-                                      uint32_t fieldMask, uint32_t addLocation) {
-  const AddLocation *location = findLocation(addLocation);
-  if (SSIB2 == nullptr || SSIB2->XMLProto == nullptr || location == nullptr) return EFI_INVALID_PARAMETER;
-  if (hasNull(count, entries)) return EFI_INVALID_PARAMETER;
-  log(L"iAddToSSIBQueue - %d entries addlocation = %d", count, addLocation);
-
-  // The entries of one call share a priority, so the place of each is right behind the one before it.
-  SSIB_LINK *point = &SSIB2->ssibEntryListHead;
-  for (SSIB_ENTRY *entry : std::span(entries, count)) {
+// The entries of one call share a priority, so each goes right after the one before it.
+EFI_STATUS addEntries(SSIB_LINK *point, std::span<SSIB_ENTRY *> entries, std::uint32_t fieldMask,
+                      const AddLocation &location) {
+  log(L"iAddToSSIBQueue - %d entries addlocation = %d", static_cast<std::uint32_t>(entries.size()), location.code);
+  for (SSIB_ENTRY *entry : entries) {
     applyDefaultTimeout(*entry);
-    SSIB_ENTRY_LIST *element = newElement(SSIB2->XMLProto, *entry, fieldMask, *location);
+    SSIB_ENTRY_LIST *element = newElement(*entry, fieldMask, location);
     if (element == nullptr) return EFI_OUT_OF_RESOURCES;
-    point = findPoint(point, *location);
-    insert(point, element, *location);
+    point = findPoint(point, location);
+    insert(point, element, location);
     point = &element->next;
   }
   return EFI_SUCCESS;
 }
+
+}  // namespace
+}  // namespace ssib
+
+extern "C" {
+
+EFI_STATUS iAddToSSIBQueue(SSIB2_PRIVATE_DATA *SSIB2, uint32_t count, SSIB_ENTRY **entries, uint32_t fieldMask,
+                           uint32_t addLocation) {
+  const ssib::AddLocation *location = ssib::findLocation(addLocation);
+  if (SSIB2 == nullptr || SSIB2->XMLProto == nullptr || location == nullptr) return EFI_INVALID_PARAMETER;
+  if (ssib::hasNull(count, entries)) return EFI_INVALID_PARAMETER;
+  return ssib::addEntries(&SSIB2->ssibEntryListHead, {entries, count}, fieldMask, *location);
+}
+
+}  // extern "C"

@@ -6,8 +6,7 @@
 #include "ssib_if2_backend/log.h"
 #include "ssib_if2_backend/xml_tree.h"
 
-using namespace ssib;
-
+namespace ssib {
 namespace {
 
 // The handle as it was before its first open.
@@ -24,17 +23,22 @@ void releaseQueue(SSIB2_PRIVATE_DATA &handle) {
 }
 
 }  // namespace
+}  // namespace ssib
 
-extern "C" EFI_STATUS iCloseSSIB(SSIB2_PRIVATE_DATA *SSIB2) {
+extern "C" {
+
+EFI_STATUS iCloseSSIB(SSIB2_PRIVATE_DATA *SSIB2) {
   if (SSIB2 == nullptr) return EFI_INVALID_PARAMETER;
   if (SSIB2->openCount == 0) return EFI_SUCCESS;
   --SSIB2->openCount;
   if (SSIB2->openCount != 0) return EFI_SUCCESS;
   if (SSIB2->XMLProto == nullptr) return EFI_INVALID_PARAMETER;
 
-  log(L"iCloseSSIB Flushing the queue...");
+  ssib::log(L"iCloseSSIB Flushing the queue...");
   const EFI_STATUS status = iFlushSSIBQueue(SSIB2);
-  log(L"iCloseSSIB ..done.");
-  releaseQueue(*SSIB2);
+  ssib::log(L"iCloseSSIB ..done.");
+  ssib::releaseQueue(*SSIB2);
   return status;
 }
+
+}  // extern "C"

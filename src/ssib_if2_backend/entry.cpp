@@ -2,13 +2,13 @@
 // Access to the fields of an entry by their descriptions.
 #include "ssib_if2_backend/entry.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
 #include "ssib_if2_backend/xml_tree.h"
 
 namespace ssib {
-
 namespace {
 
 const unsigned char *at(const SSIB_ENTRY &entry, const NumberField &field) {
@@ -47,13 +47,20 @@ void setNumber(SSIB_ENTRY &entry, const NumberField &field, std::uint32_t value)
   }
 }
 
-bool agree(const StringField &field, const char *one, const char *other) {
-  return std::strncmp(one, other, field.compared) == 0;
+bool agree(const NumberField &field, Rule rule, const SSIB_ENTRY &one, const SSIB_ENTRY &other) {
+  return rule == kIgnored || numberOf(one, field) == numberOf(other, field);
+}
+
+bool agreeInAll(Rule Rules::*question, const SSIB_ENTRY &one, const SSIB_ENTRY &other, std::uint32_t fieldMask) {
+  const auto agreeIn = [&](const auto &field) {
+    return !isValid(field.maskBit, fieldMask) || agree(field, field.rules.*question, one, other);
+  };
+  return std::ranges::all_of(kNumbers, agreeIn) && std::ranges::all_of(kStrings, agreeIn);
 }
 
 void releaseContents(XML_SERVICE_PROTOCOL *service, const SSIB_ENTRY &entry) {
   for (const StringField &field : kStrings) std::free(entry.*field.member);
-  const XmlTree node(service, entry.Node);
+  const XmlTree node(entry.Node, {service});
 }
 
 }  // namespace ssib

@@ -1,19 +1,20 @@
 // SPDX-License-Identifier: MIT
 // Writing the list back to the queue's file: the XML form here, a task list through its own writer.
+#include <utility>
+
 #include "ssib_if2_backend/log.h"
 #include "ssib_if2_backend/partition.h"
 #include "ssib_if2_backend/xml_form.h"
 #include "ssib_if2_backend/xml_tree.h"
 
-using namespace ssib;
-
+namespace ssib {
 namespace {
 
 // The whole document, in the handle's xmlRoot.
 EFI_STATUS buildTree(SSIB2_PRIVATE_DATA &handle) {
   XML_NODE *root = nullptr;
   if (EFI_ERROR(createRoot(handle.XMLProto, &root))) return SSIB_STATUS_NO_DOCUMENT;
-  XmlTree tree(handle.XMLProto, root);
+  XmlTree tree(root, {handle.XMLProto});
   XML_NODE *last = nullptr;
   for (const SSIB_ENTRY_LIST *element = handle.ssibEntryListHead; element != nullptr; element = element->next) {
     if (EFI_ERROR(create_xml_tree(handle.XMLProto, root, &last, *element))) return SSIB_STATUS_NO_DOCUMENT;
@@ -23,14 +24,14 @@ EFI_STATUS buildTree(SSIB2_PRIVATE_DATA &handle) {
 }
 
 // Turns the list into text. The tree is gone when this returns.
-EFI_STATUS buildImage(SSIB2_PRIVATE_DATA &handle, XmlImage &image) {
+EFI_STATUS buildImage(SSIB2_PRIVATE_DATA &handle, XmlString &image) {
   log(L"iFlushSSIBQueue  create_xml_tree with ssibEntryListHead = %d.", asNumber(handle.ssibEntryListHead));
   if (buildTree(handle) != EFI_SUCCESS) {
     log(L"iFlushSSIBQueue  create_xml_tree returned with null. Error. Returning.");
     return SSIB_STATUS_NO_DOCUMENT;
   }
   log(L"iFlushSSIBQueue  creating xml from node.");
-  const EFI_STATUS status = image.serialize(handle.XMLProto, handle.xmlRoot);
+  const EFI_STATUS status = serialize(handle.XMLProto, handle.xmlRoot, image);
   log(L"iFlushSSIBQueue  creating xml from node returned with %d.", status);
   if (EFI_ERROR(status)) {
     log(L"iFlushSSIBQueue  creating xml from node failed. Returning.");
@@ -40,7 +41,7 @@ EFI_STATUS buildImage(SSIB2_PRIVATE_DATA &handle, XmlImage &image) {
   log(L"iFlushSSIBQueue - freeing xmlRoot");
   freeRootOf(handle);
   log(L"iFlushSSIBQueue - done freeing xmlRoot");
-  if (image.text() == nullptr) {
+  if (!hasText(image)) {
     log(L"iFlushSSIBQueue - image is null. (no data?)");
     return SSIB_STATUS_NO_FILE;
   }
@@ -55,7 +56,7 @@ bool writeWhole(std::FILE *stream, const char *text) {
   return written == 1;
 }
 
-EFI_STATUS writeImage(const wchar_t *name, XmlImage &image) {
+EFI_STATUS writeImage(const wchar_t *name, XmlString image) {
   PartitionFile file(kBackendSource, sVarskPartition, name, kForWriting);
   log(L"iFlushSSIBQueue - opened %ls for writing", name);
   if (file.stream() == nullptr) {
@@ -63,7 +64,7 @@ EFI_STATUS writeImage(const wchar_t *name, XmlImage &image) {
     return SSIB_STATUS_NO_FILE;
   }
   log(L"iFlushSSIBQueue - writing to %ls ", name);
-  const bool written = writeWhole(file.stream(), image.text());
+  const bool written = writeWhole(file.stream(), image->text);
   image.reset();
   file.close(sVarskPartition);
   return written ? EFI_SUCCESS : EFI_DEVICE_ERROR;
@@ -74,26 +75,35 @@ EFI_STATUS flushXml(SSIB2_PRIVATE_DATA &handle) {
     log(L"SSIB2->XMLProto is null");
     return EFI_INVALID_PARAMETER;
   }
-  XmlImage image;
+  XmlString image;
   const EFI_STATUS status = buildImage(handle, image);
-  return status == EFI_SUCCESS ? writeImage(handle.ssibFileName, image) : status;
+  return status == EFI_SUCCESS ? writeImage(handle.ssibFileName, std::move(image)) : status;
 }
 
-}  // namespace
-
-extern "C" EFI_STATUS iFlushSSIBQueue(SSIB2_PRIVATE_DATA *SSIB2) {
-  if (SSIB2 == nullptr) {
+EFI_STATUS flush(SSIB2_PRIVATE_DATA *handle) {
+  if (handle == nullptr) {
     log(L"SSIB2 is null");
     return EFI_INVALID_PARAMETER;
   }
   log(L"iFlushSSIBQueue called");
-  if (SSIB2->ssibFileName == nullptr) {
+  if (handle->ssibFileName == nullptr) {
     log(L"iFlushSSIBQueue  SSIB2->ssibFileName is null. Returning with error");
     return SSIB_STATUS_NO_DOCUMENT;
   }
-  if (SSIB2->mode == SSIB_MODE_BIOS_SMA) {
+  if (handle->mode == SSIB_MODE_BIOS_SMA) {
     log(L"iFlushSSIBQueue alt mode SMA/JSON");
-    return iFlushToJSON(SSIB2);
+    return iFlushToJSON(handle);
   }
-  return flushXml(*SSIB2);
+  return flushXml(*handle);
 }
+
+}  // namespace
+}  // namespace ssib
+
+extern "C" {
+
+EFI_STATUS iFlushSSIBQueue(SSIB2_PRIVATE_DATA *SSIB2) {
+  return ssib::flush(SSIB2);
+}
+
+}  // extern "C"

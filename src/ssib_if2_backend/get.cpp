@@ -7,65 +7,83 @@
 #include "ssib_if2_backend/log.h"
 #include "ssib_if2_backend/xml_tree.h"
 
-using namespace ssib;
-
+namespace ssib {
 namespace {
 
 constexpr std::span kAllStrings(kStrings);
 
-bool isRefused(const SSIB2_PRIVATE_DATA *handle, const SSIB_ENTRY *entry) {
-  return handle == nullptr || entry == nullptr || handle->XMLProto == nullptr;
+// What getting and peeking do alike they report under their own names.
+struct WalkLines {
+  const wchar_t *cursor, *nothing, *copying;
+};
+
+#define SSIB_WALK_LINES(name)                                        \
+  {                                                                  \
+    L"" name ". ssibEntryListPtr = %d", L"" name ". Nothing found.", \
+        L"" name " - Copying data from ssibEntryListPtr->entry"      \
+  }
+
+constexpr WalkLines kGetLines = SSIB_WALK_LINES("iGetSSIBNextEntry");
+constexpr WalkLines kPeekLines = SSIB_WALK_LINES("iPeekSSIBNextEntry");
+
+#undef SSIB_WALK_LINES
+
+// Copies the record under the cursor. Its pointers are still the list's.
+EFI_STATUS copyRecord(const SSIB2_PRIVATE_DATA *handle, SSIB_ENTRY *entry, const WalkLines &lines) {
+  if (handle == nullptr || entry == nullptr || handle->XMLProto == nullptr) return EFI_INVALID_PARAMETER;
+  const SSIB_ENTRY_LIST *element = handle->ssibEntryListPtr;
+  log(lines.cursor, asNumber(element));
+  if (element == nullptr) {
+    log(lines.nothing);
+    return EFI_END_OF_FILE;
+  }
+  log(lines.copying);
+  *entry = element->entry;
+  return EFI_SUCCESS;
 }
 
-void copyStrings(std::span<const StringField> fields, const SSIB_ENTRY &source, SSIB_ENTRY &copy) {
+// Puts copies in the place of the list's texts.
+void copyTexts(SSIB_ENTRY &entry, std::span<const StringField> fields) {
   for (const StringField &field : fields) {
-    copy.*field.member = copyText(source.*field.member);
+    entry.*field.member = copyText(entry.*field.member);
     log(field.copiedLine);
   }
 }
 
-void copyAllStrings(const SSIB_ENTRY &source, SSIB_ENTRY &copy) {
-  for (const StringField &field : kStrings) copy.*field.member = copyText(source.*field.member);
-}
-
-}  // namespace
-
-extern "C" {
-
-EFI_STATUS iGetSSIBNextEntry(SSIB2_PRIVATE_DATA *SSIB2, SSIB_ENTRY *entry) {
-  if (isRefused(SSIB2, entry)) return EFI_INVALID_PARAMETER;
-  const SSIB_ENTRY_LIST *element = SSIB2->ssibEntryListPtr;
-  log(L"iGetSSIBNextEntry. ssibEntryListPtr = %d", asNumber(element));
-  if (element == nullptr) {
-    log(L"iGetSSIBNextEntry. Nothing found.");
-    return EFI_END_OF_FILE;
-  }
-  log(L"iGetSSIBNextEntry - Copying data from ssibEntryListPtr->entry");
-  *entry = element->entry;
+EFI_STATUS get(SSIB2_PRIVATE_DATA *handle, SSIB_ENTRY *entry) {
+  const EFI_STATUS status = copyRecord(handle, entry, kGetLines);
+  if (status != EFI_SUCCESS) return status;
+  SSIB_ENTRY_LIST *next = handle->ssibEntryListPtr->next;
   log(L"iGetSSIBNextEntry - Done mem copying");
-  copyStrings(kAllStrings.first(kStringsBeforeNode), element->entry, *entry);
-  entry->Node = copyNode(SSIB2->XMLProto, element->entry.Node);
-  log(L"iGetSSIBNextEntry - Done copying data. Moving ssibEntryListPtr to %d", asNumber(element->next));
-  copyStrings(kAllStrings.subspan(kStringsBeforeNode), element->entry, *entry);
-  SSIB2->ssibEntryListPtr = element->next;
+  copyTexts(*entry, kAllStrings.first(kStringsBeforeNode));
+  entry->Node = dupeNode(entry->Node, nullptr);
+  log(L"iGetSSIBNextEntry - Done copying data. Moving ssibEntryListPtr to %d", asNumber(next));
+  copyTexts(*entry, kAllStrings.subspan(kStringsBeforeNode));
+  handle->ssibEntryListPtr = next;
   log(L"iGetSSIBNextEntry - Done.");
   return EFI_SUCCESS;
 }
 
-EFI_STATUS iPeekSSIBNextEntry(SSIB2_PRIVATE_DATA *SSIB2, SSIB_ENTRY *entry) {
-  if (isRefused(SSIB2, entry)) return EFI_INVALID_PARAMETER;
-  const SSIB_ENTRY_LIST *element = SSIB2->ssibEntryListPtr;
-  log(L"iPeekSSIBNextEntry. ssibEntryListPtr = %d", asNumber(element));
-  if (element == nullptr) {
-    log(L"iPeekSSIBNextEntry. Nothing found.");
-    return EFI_END_OF_FILE;
-  }
-  log(L"iPeekSSIBNextEntry - Copying data from ssibEntryListPtr->entry");
-  *entry = element->entry;
-  copyAllStrings(element->entry, *entry);
-  entry->Node = copyNode(SSIB2->XMLProto, element->entry.Node);
+EFI_STATUS peek(const SSIB2_PRIVATE_DATA *handle, SSIB_ENTRY *entry) {
+  const EFI_STATUS status = copyRecord(handle, entry, kPeekLines);
+  if (status != EFI_SUCCESS) return status;
+  for (const StringField &field : kStrings) entry->*field.member = copyText(entry->*field.member);
+  entry->Node = dupeNode(entry->Node, nullptr);
   log(L"iPeekSSIBNextEntry - Done copying data");
   return EFI_SUCCESS;
+}
+
+}  // namespace
+}  // namespace ssib
+
+extern "C" {
+
+EFI_STATUS iGetSSIBNextEntry(SSIB2_PRIVATE_DATA *SSIB2, SSIB_ENTRY *entry) {
+  return ssib::get(SSIB2, entry);
+}
+
+EFI_STATUS iPeekSSIBNextEntry(SSIB2_PRIVATE_DATA *SSIB2, SSIB_ENTRY *entry) {
+  return ssib::peek(SSIB2, entry);
 }
 
 }  // extern "C"

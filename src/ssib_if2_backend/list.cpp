@@ -7,23 +7,6 @@
 #include "ssib_if2_backend/entry.h"
 #include "ssib_if2_backend/heap.h"
 
-using namespace ssib;
-
-extern "C" {
-
-SSIB_ENTRY_LIST *le_new(void) {
-  return newRecord<SSIB_ENTRY_LIST>().release();
-}
-
-void le_insert_tail(SSIB_LINK *head, SSIB_ENTRY_LIST *element) {
-  if (head == nullptr || element == nullptr) return;
-  while (*head != nullptr) head = &(*head)->next;
-  *head = element;
-  element->next = nullptr;
-}
-
-}  // extern "C"
-
 namespace ssib {
 
 void le_free_list(XML_SERVICE_PROTOCOL *service, SSIB_ENTRY_LIST *first) {
@@ -41,18 +24,19 @@ void freeListOf(SSIB2_PRIVATE_DATA &handle) {
   handle.ssibEntryListPtr = nullptr;
 }
 
-SSIB_ENTRY_LIST *NewList::append() {
-  SSIB_ENTRY_LIST *element = le_new();
-  if (element == nullptr) return nullptr;
-  *end_ = element;
-  end_ = &element->next;
-  return element;
-}
-
-SSIB_ENTRY_LIST *NewList::release() {
-  SSIB_ENTRY_LIST *head = head_;
-  head_ = nullptr;
-  return head;
-}
-
 }  // namespace ssib
+
+extern "C" {
+
+SSIB_ENTRY_LIST *le_new(void) {
+  return ssib::newRecord<SSIB_ENTRY_LIST>().release();
+}
+
+void le_insert_tail(SSIB_LINK *head, SSIB_ENTRY_LIST *element) {
+  if (head == nullptr || element == nullptr) return;
+  while (*head != nullptr) head = &(*head)->next;
+  *head = element;
+  element->next = nullptr;
+}
+
+}  // extern "C"

@@ -3,8 +3,8 @@
 #pragma once
 
 #include <cstdint>
-#include "ssib_if2_backend/heap.h"
 
+#include "ssib_if2_backend/heap.h"
 #include "VyxSSIBBackend.h"
 
 namespace ssib {

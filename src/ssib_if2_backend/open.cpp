@@ -10,40 +10,26 @@
 #include "ssib_if2_backend/xml_form.h"
 #include "ssib_if2_backend/xml_tree.h"
 
-using namespace ssib;
-
+namespace ssib {
 namespace {
 
-// What the two paths do alike they report under different names.
+// What the two paths do alike they report under their own names.
 struct OpenLines {
-  const wchar_t *freeingList;
-  const wchar_t *freedList;
-  const wchar_t *freedName;
-  const wchar_t *nameLength;
-  const wchar_t *nameFailed;
-  const wchar_t *bufferFailed;
-  const wchar_t *reading;
+  const wchar_t *freeingList, *freedList, *freedName, *nameLength, *nameFailed, *bufferFailed, *reading;
 };
 
-constexpr OpenLines kXmlLines = {
-    L"iOpenSSIB - ssibEntryListHead is not null. Freeing.",
-    L"iOpenSSIB - freed ssibEntryListHead.",
-    L"iOpenSSIB - ssibFileName Freed.",
-    L"iOpenSSIB - fname_len= %d\n",
-    L"iOpenSSIB - Failed to allocate %d bytes for  SSIB2->ssibFileName\n",
-    L"iOpenSSIB - Failed to allocate memory.",
-    L"iOpenSSIB - Reading file.",
-};
+#define SSIB_OPEN_LINES(name)                                                                      \
+  {                                                                                                \
+    L"" name " - ssibEntryListHead is not null. Freeing.", L"" name " - freed ssibEntryListHead.", \
+        L"" name " - ssibFileName Freed.", L"" name " - fname_len= %d\n",                          \
+        L"" name " - Failed to allocate %d bytes for  SSIB2->ssibFileName\n",                      \
+        L"" name " - Failed to allocate memory.", L"" name " - Reading file."                      \
+  }
 
-constexpr OpenLines kTaskListLines = {
-    L"iOpenJSON - ssibEntryListHead is not null. Freeing.",
-    L"iOpenJSON - freed ssibEntryListHead.",
-    L"iOpenJSON - ssibFileName Freed.",
-    L"iOpenJSON - fname_len= %d\n",
-    L"iOpenJSON - Failed to allocate %d bytes for  SSIB2->ssibFileName\n",
-    L"iOpenJSON - Failed to allocate memory.",
-    L"iOpenJSON - Reading file.",
-};
+constexpr OpenLines kXmlLines = SSIB_OPEN_LINES("iOpenSSIB");
+constexpr OpenLines kTaskListLines = SSIB_OPEN_LINES("iOpenJSON");
+
+#undef SSIB_OPEN_LINES
 
 // What the caller, or a refused close, left in the handle.
 void dropOldTree(SSIB2_PRIVATE_DATA &handle) {
@@ -91,11 +77,9 @@ bool readWhole(std::FILE *stream, char *buffer, std::uint32_t size) {
   return std::fread(buffer, size, 1, stream) == 1;
 }
 
-// A file that the partition refuses must not be taken for a missing one.
-bool isRefused(EFI_STATUS status) {
-  if (status != EFI_ACCESS_DENIED) return false;
-  log(L"iOpenSSIB - Varsk access error. Error is %d", status);
-  return true;
+EFI_STATUS reportDenied() {
+  log(L"iOpenSSIB - Varsk access error. Error is %d", EFI_ACCESS_DENIED);
+  return EFI_ACCESS_DENIED;
 }
 
 void logTree(const SSIB2_PRIVATE_DATA &handle) {
@@ -128,12 +112,7 @@ EFI_STATUS parseXml(SSIB2_PRIVATE_DATA &handle, std::FILE *stream, char *buffer,
   return status;
 }
 
-EFI_STATUS loadTree(SSIB2_PRIVATE_DATA &handle) {
-  std::uint32_t size = 0;
-  EFI_STATUS probed = EFI_SUCCESS;
-  if (!file_exists(handle.ssibFileName, &size, &probed) || size == 0) {
-    return isRefused(probed) ? probed : startEmptyTree(handle);
-  }
+EFI_STATUS loadTree(SSIB2_PRIVATE_DATA &handle, std::uint32_t size) {
   PartitionFile file(kBackendSource, sVarskPartition, handle.ssibFileName, kForReading);
   log(L"iOpenSSIB - File %ls found. Opening it.", handle.ssibFileName);
   if (file.stream() == nullptr) {
@@ -142,7 +121,10 @@ EFI_STATUS loadTree(SSIB2_PRIVATE_DATA &handle) {
   }
   log(L"iOpenSSIB - File opened. Allocating %d bytes memory for reading the file", size);
   HeapPtr<char> buffer = newBuffer(size, kXmlLines);
-  if (buffer == nullptr) return EFI_OUT_OF_RESOURCES;
+  if (buffer == nullptr) {
+    file.close(sVarskPartition);
+    return EFI_OUT_OF_RESOURCES;
+  }
   const EFI_STATUS status = parseXml(handle, file.stream(), buffer.get(), size);
   buffer.reset();
   file.close(sVarskPartition);
@@ -155,13 +137,18 @@ EFI_STATUS loadTree(SSIB2_PRIVATE_DATA &handle) {
   return EFI_SUCCESS;
 }
 
+// A file that the partition refuses must not be taken for a missing one.
+EFI_STATUS makeTree(SSIB2_PRIVATE_DATA &handle) {
+  const Probe probe = file_exists(handle.ssibFileName);
+  if (probe.size != 0) return loadTree(handle, probe.size);
+  return probe.status == EFI_ACCESS_DENIED ? reportDenied() : startEmptyTree(handle);
+}
+
 // The tree is released whether or not there was memory for its list.
 EFI_STATUS listFromTree(SSIB2_PRIVATE_DATA &handle) {
   if (handle.xmlRoot == nullptr) return EFI_SUCCESS;
-  SSIB_ENTRY_LIST *list = nullptr;
-  const EFI_STATUS status = readEntries(handle.XMLProto, handle.xmlRoot, &list);
-  handle.ssibEntryListHead = list;
-  handle.ssibEntryListPtr = list;
+  const EFI_STATUS status = readEntries(handle.XMLProto, *handle.xmlRoot, &handle.ssibEntryListHead);
+  handle.ssibEntryListPtr = handle.ssibEntryListHead;
   freeRootOf(handle);
   log(L"iOpenSSIB - Done. Freed xmlRoot");
   return status;
@@ -175,7 +162,7 @@ EFI_STATUS openXml(SSIB2_PRIVATE_DATA &handle, const wchar_t *name) {
   EFI_STATUS status = takeName(handle, name, kXmlLines);
   if (EFI_ERROR(status)) return status;
   handle.ssibEntryListPtr = nullptr;
-  status = loadTree(handle);
+  status = makeTree(handle);
   if (!EFI_ERROR(status)) status = listFromTree(handle);
   if (EFI_ERROR(status)) {
     forgetName(handle);
@@ -186,7 +173,7 @@ EFI_STATUS openXml(SSIB2_PRIVATE_DATA &handle, const wchar_t *name) {
   return EFI_SUCCESS;
 }
 
-// A task list counts as open even when its text was refused; `status` is what was said of the text.
+// A task list counts as open even when its text was refused, with `status`.
 EFI_STATUS countTaskList(SSIB2_PRIVATE_DATA &handle, EFI_STATUS status) {
   ++handle.openCount;
   log(L"Exit. %x", status);
@@ -199,6 +186,7 @@ EFI_STATUS parseTaskList(SSIB2_PRIVATE_DATA &handle, const char *text) {
   return status;
 }
 
+// The failed closes name the fixed partition, as the open does, the last one the caller's.
 EFI_STATUS loadTaskList(SSIB2_PRIVATE_DATA &handle, std::uint32_t size) {
   log(L"2");
   PartitionFile file(kBackendSource, kTaskListPartition, handle.ssibFileName, kForReading);
@@ -208,15 +196,19 @@ EFI_STATUS loadTaskList(SSIB2_PRIVATE_DATA &handle, std::uint32_t size) {
   }
   if (file.status() != EFI_SUCCESS) {
     logNarrow(vyxSsibDebug, L"ERROR: unable to open %s %r\n", handle.ssibFileName, file.status());
+    file.close(kTaskListPartition);
     return EFI_ABORTED;
   }
   HeapPtr<char> buffer = newBuffer(size, kTaskListLines);
   if (buffer == nullptr) {
+    file.close(kTaskListPartition);
     forgetName(handle);
     return EFI_OUT_OF_RESOURCES;
   }
   if (!readWhole(file.stream(), buffer.get(), size)) {
     log(L"iOpenJSON - Error reading. Returning.");
+    buffer.reset();
+    file.close(kTaskListPartition);
     forgetName(handle);
     return EFI_DEVICE_ERROR;
   }
@@ -234,26 +226,27 @@ EFI_STATUS openTaskList(SSIB2_PRIVATE_DATA &handle, const wchar_t *name) {
   if (EFI_ERROR(named)) return named;
   handle.ssibEntryListPtr = nullptr;
 
-  std::uint32_t size = 0;
-  EFI_STATUS probed = EFI_SUCCESS;
-  const bool exists = file_exists(handle.ssibFileName, &size, &probed);
-  log(L"file_exists: %d", static_cast<int>(exists));
-  if (exists && size != 0) return loadTaskList(handle, size);
-  if (isRefused(probed)) {
-    forgetName(handle);
-    return probed;
-  }
-  return countTaskList(handle, EFI_SUCCESS);
+  const Probe probe = file_exists(handle.ssibFileName);
+  log(L"file_exists: %d", static_cast<int>(probe.opened));
+  if (probe.size != 0) return loadTaskList(handle, probe.size);
+  if (probe.status != EFI_ACCESS_DENIED) return countTaskList(handle, EFI_SUCCESS);
+  forgetName(handle);
+  return reportDenied();
 }
 
 }  // namespace
+}  // namespace ssib
 
-extern "C" EFI_STATUS iOpenSSIB(SSIB2_PRIVATE_DATA *SSIB2, const wchar_t *fileName) {
+extern "C" {
+
+EFI_STATUS iOpenSSIB(SSIB2_PRIVATE_DATA *SSIB2, const wchar_t *fileName) {
   if (SSIB2 == nullptr || fileName == nullptr) return EFI_INVALID_PARAMETER;
   if (SSIB2->openCount != 0) {
     ++SSIB2->openCount;
     return EFI_SUCCESS;
   }
   const bool isTaskList = std::wcsstr(fileName, SSIB_TASK_LIST_MARK) != nullptr;
-  return isTaskList ? openTaskList(*SSIB2, fileName) : openXml(*SSIB2, fileName);
+  return isTaskList ? ssib::openTaskList(*SSIB2, fileName) : ssib::openXml(*SSIB2, fileName);
 }
+
+}  // extern "C"

@@ -3,7 +3,6 @@
 #include "ssib_if2_backend/partition.h"
 
 namespace ssib {
-
 namespace {
 
 constexpr int kTraceLevel = 5;
@@ -37,14 +36,12 @@ void PartitionFile::close(const wchar_t *partition, int line) {
   stream_ = nullptr;
 }
 
-bool file_exists(const wchar_t *fileName, std::uint32_t *size, EFI_STATUS *status) {
-  *size = 0;
+Probe file_exists(const wchar_t *fileName) {
   PartitionFile file(kBackendSource, sVarskPartition, fileName, kForReading);
-  *status = file.status();
-  if (file.stream() == nullptr) return false;
-  *size = getSize(file.stream());
+  if (file.stream() == nullptr) return {false, 0, file.status()};
+  const std::uint32_t size = getSize(file.stream());
   file.close(sVarskPartition);
-  return true;
+  return {true, size, file.status()};
 }
 
 void deleteFile(const wchar_t *fileName, int line) {

@@ -19,8 +19,8 @@ inline constexpr wchar_t kTaskListPartition[] = SSIB_PARTITION;
 inline constexpr char kForReading[] = "r";
 inline constexpr char kForWriting[] = "w";
 
-// An open file of a partition; closed with the scope, unless close did it. `line` is the call's line in its source file; a
-// file that its scope closes is traced under the line that opened it.
+// An open file of a partition. Whoever opened it closes it, under the line of that call in its source file; the scope
+// closes only what an overlooked path leaves open, under the line of the open.
 class PartitionFile {
  public:
   PartitionFile(const char *source, const wchar_t *partition, const wchar_t *name, const char *mode,
@@ -43,10 +43,15 @@ class PartitionFile {
   EFI_STATUS status_;
 };
 
-// Whether a queue file opens for reading. Tells its size in bytes, 0 when it does not open, and the open's status.
-bool file_exists(const wchar_t *fileName, std::uint32_t *size, EFI_STATUS *status);
+// What opening a queue file for reading shows.
+struct Probe {
+  bool opened;
+  std::uint32_t size;  // bytes; 0 when the file did not open
+  EFI_STATUS status;   // of the open
+};
+Probe file_exists(const wchar_t *fileName);
 
-// Deletes a queue file; how that went is not told.
+// Deletes a queue file. Whether the partition did so is not looked at.
 void deleteFile(const wchar_t *fileName, int line = __builtin_LINE());
 
 }  // namespace ssib

@@ -6,14 +6,14 @@
 #include "ssib_if2_backend/heap.h"
 #include "ssib_if2_backend/log.h"
 
-using namespace ssib;
-
+namespace ssib {
 namespace {
 
 constexpr char kSignature[] = {'s', 's', 'i', 'b'};
 constexpr std::uint8_t kRevision = 2;
 
 }  // namespace
+}  // namespace ssib
 
 extern "C" {
 
@@ -33,7 +33,7 @@ EFI_STATUS FindAProtocol(const EFI_GUID *guid, void **instance) {
     std::fputs("Couldn't load Libray for GUID!\n", stderr);
     return EFI_NOT_FOUND;
   }
-  if (count == 0) {
+  if (count == 0 || instances == nullptr) {
     std::fputs("NO protocol loaded for GUID!\n", stderr);
     return EFI_NOT_FOUND;
   }
@@ -50,8 +50,8 @@ EFI_STATUS Protocol2Constructor(SSIB2_PRIVATE_DATA *SSIB2) {
 
   *SSIB2 = {};
   SSIB2->XMLProto = static_cast<XML_SERVICE_PROTOCOL *>(xmlService);
-  std::memcpy(SSIB2->signature, kSignature, sizeof(kSignature));
-  SSIB2->revision = kRevision;
+  std::memcpy(SSIB2->signature, ssib::kSignature, sizeof(ssib::kSignature));
+  SSIB2->revision = ssib::kRevision;
 
   void *debugLog = nullptr;
   if (EFI_ERROR(FindAProtocol(&gQuorDebugGUID, &debugLog))) debugLog = nullptr;
@@ -68,7 +68,7 @@ EFI_STATUS Protocol2Destructor(SSIB2_PRIVATE_DATA *SSIB2) {
 
 EFI_STATUS vyxSSIB2LinuxInitBackend(void) {
   const EFI_STATUS status = Protocol2Constructor(&gSSSIB2pvt);
-  log(L"vyxSSIB2LinuxInit- done with status=%d. \n", status);
+  ssib::log(L"vyxSSIB2LinuxInit- done with status=%d. \n", status);
   return EFI_ERROR(status) ? EFI_ABORTED : status;
 }
 

@@ -3,7 +3,6 @@
 #pragma once
 
 #include "ssib_if2_backend/entry.h"
-#include "ssib_if2_backend/list.h"
 
 namespace ssib {
 
@@ -11,36 +10,36 @@ inline constexpr char kRootElement[] = "SSIB_INFO";
 inline constexpr char kBlockElement[] = "SSIB_BLOCK";
 inline constexpr char kCommandElement[] = "CMD_LINE";
 
-// An attribute of a block: the text member, or the number when that is null.
+// An attribute of a block: a text or a number, the other one is null.
 struct XmlAttribute {
   const char *name;
   std::uint32_t maskBit;  // 0: always written
-  SSIB_TEXT SSIB_ENTRY::*text;
-  NumberField number;
+  const StringField *text;
+  const NumberField *number;
   std::uint32_t kept;  // the bits of a number that reading keeps, before the field's width cuts it
 };
 
-constexpr XmlAttribute textAttribute(const char *name, SSIB_TEXT SSIB_ENTRY::*text, std::uint32_t maskBit = 0) {
-  return {name, maskBit, text, {}, 0};
+constexpr XmlAttribute attribute(const char *name, const StringField &text) {
+  return {name, text.maskBit, &text, nullptr, 0};
 }
 
-constexpr XmlAttribute numberAttribute(const char *name, const NumberField &number, std::uint32_t kept = UINT32_MAX) {
-  return {name, number.maskBit, nullptr, number, kept};
+constexpr XmlAttribute attribute(const char *name, const NumberField &number, std::uint32_t kept = UINT32_MAX) {
+  return {name, number.maskBit, nullptr, &number, kept};
 }
 
 // In the order in which they are added to a block. Each goes in front, so the document shows them
 // from the last to the first.
 inline constexpr XmlAttribute kBlockAttributes[] = {
-    textAttribute("JOB_ID", &SSIB_ENTRY::Job_ID, SSIB_FIELD_JOB_ID),
-    textAttribute("TASK_NAME", &SSIB_ENTRY::Task_Name),
-    textAttribute("LU_CATEGORY", &SSIB_ENTRY::LU_Category),
-    numberAttribute("RB_REQ", kRbReq),
-    numberAttribute("RB_TYPE", kRbType),
-    numberAttribute("TIMEOUT", kTimeout, 0xFFFF),
-    numberAttribute("RTN_CODE", kRtnCode),
-    numberAttribute("RT_COUNT", kRtCount),
-    numberAttribute("BLOCK_ID", kBlockId),
-    numberAttribute("Version", kVersion),
+    attribute("JOB_ID", stringField(&SSIB_ENTRY::Job_ID)),
+    attribute("TASK_NAME", stringField(&SSIB_ENTRY::Task_Name)),
+    attribute("LU_CATEGORY", stringField(&SSIB_ENTRY::LU_Category)),
+    attribute("RB_REQ", numberField(offsetof(SSIB_ENTRY, RB_Req))),
+    attribute("RB_TYPE", numberField(offsetof(SSIB_ENTRY, RB_Type))),
+    attribute("TIMEOUT", numberField(offsetof(SSIB_ENTRY, Timeout)), 0xFFFF),
+    attribute("RTN_CODE", numberField(offsetof(SSIB_ENTRY, Rtn_Code))),
+    attribute("RT_COUNT", numberField(offsetof(SSIB_ENTRY, RT_Count))),
+    attribute("BLOCK_ID", numberField(offsetof(SSIB_ENTRY, Block_ID))),
+    attribute("Version", numberField(offsetof(SSIB_ENTRY, Version))),
 };
 
 // Makes an empty root element.
@@ -51,9 +50,9 @@ EFI_STATUS createRoot(XML_SERVICE_PROTOCOL *service, XML_NODE **root);
 EFI_STATUS create_xml_tree(XML_SERVICE_PROTOCOL *service, XML_NODE *root, XML_NODE **last,
                            const SSIB_ENTRY_LIST &element);
 
-// Builds the list of a document, an element for each child of the root; root may be null. Fails with
-// EFI_OUT_OF_RESOURCES, and keeps nothing, when any part of it cannot be allocated: what is missing in memory would be
-// missing in the file that is written next.
-EFI_STATUS readEntries(XML_SERVICE_PROTOCOL *service, const XML_NODE *root, SSIB_ENTRY_LIST **list);
+// Builds the list of a document, an element for each child of the root. Fails with EFI_OUT_OF_RESOURCES and leaves an
+// empty list when an element, one of its strings or the first node of its Node cannot be allocated: what is missing in
+// memory would be missing in the file that is written next.
+EFI_STATUS readEntries(XML_SERVICE_PROTOCOL *service, const XML_NODE &root, SSIB_LINK *list);
 
 }  // namespace ssib

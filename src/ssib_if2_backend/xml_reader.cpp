@@ -5,11 +5,11 @@
 #include <cstring>
 
 #include "ssib_if2_backend/heap.h"
+#include "ssib_if2_backend/list.h"
 #include "ssib_if2_backend/xml_form.h"
 #include "ssib_if2_backend/xml_tree.h"
 
 namespace ssib {
-
 namespace {
 
 const char *textOf(const XML_STRING *string) {
@@ -40,8 +40,8 @@ bool readAttribute(const XML_ATTRIBUTE &source, SSIB_ENTRY_LIST &element) {
     if (!isNamed(source.name, attribute.name)) continue;
     element.fieldMask |= attribute.maskBit;
     const char *value = textOf(source.value);
-    if (attribute.text != nullptr) return replaceText(&(element.entry.*attribute.text), value);
-    setNumber(element.entry, attribute.number, parseNumber(value) & attribute.kept);
+    if (attribute.text != nullptr) return replaceText(&(element.entry.*attribute.text->member), value);
+    setNumber(element.entry, *attribute.number, parseNumber(value) & attribute.kept);
     return true;
   }
   return true;
@@ -52,7 +52,7 @@ bool readCommand(const XML_NODE &child, SSIB_ENTRY &entry) {
   return command == nullptr || replaceText(&entry.Cmd_Line, command);
 }
 
-// The children of one block, in order. Node keeps the last one that is no command, with what follows it. The copy of
+// The children of one block, in order. Node keeps the last one that is not a command, with what follows it. The copy of
 // such a child ends with the copies of those that follow: it is cut in front of the next one rather than made anew, so
 // that a block of many children costs one copy of each.
 class ContentReader {
@@ -63,13 +63,13 @@ class ContentReader {
     XML_NODE *before = copy_;
     if (copy_ != nullptr) copy_ = copy_->nextSibling;
     if (isNamed(child.name, kCommandElement)) return readCommand(child, entry_);
-    if (before == nullptr) {
-      copy_ = copyNode(service_, &child);
-    } else {
+    if (copy_ != nullptr) {
       before->nextSibling = nullptr;
-      const XmlTree earlier(service_, entry_.Node);
       if (vyxSsibDebug != nullptr) logCopies(copy_);
+    } else {  // the first one, or the chain ends early because there was no memory for more
+      copy_ = dupeNode(&child, nullptr);
     }
+    const XmlTree earlier(entry_.Node, {service_});
     entry_.Node = copy_;
     return copy_ != nullptr;
   }
@@ -94,15 +94,18 @@ bool readBlock(XML_SERVICE_PROTOCOL *service, const XML_NODE &block, SSIB_ENTRY_
 
 }  // namespace
 
-EFI_STATUS readEntries(XML_SERVICE_PROTOCOL *service, const XML_NODE *root, SSIB_ENTRY_LIST **list) {
+EFI_STATUS readEntries(XML_SERVICE_PROTOCOL *service, const XML_NODE &root, SSIB_LINK *list) {
   *list = nullptr;
-  if (root == nullptr) return EFI_SUCCESS;
-  NewList entries(service);
-  for (const XML_NODE *block = root->firstChild; block != nullptr; block = block->nextSibling) {
-    SSIB_ENTRY_LIST *element = entries.append();
-    if (element == nullptr || !readBlock(service, *block, *element)) return EFI_OUT_OF_RESOURCES;
+  SSIB_LINK *end = list;
+  for (const XML_NODE *block = root.firstChild; block != nullptr; block = block->nextSibling) {
+    *end = le_new();
+    if (*end == nullptr || !readBlock(service, *block, **end)) {
+      le_free_list(service, *list);
+      *list = nullptr;
+      return EFI_OUT_OF_RESOURCES;
+    }
+    end = &(*end)->next;
   }
-  *list = entries.release();
   return EFI_SUCCESS;
 }
 

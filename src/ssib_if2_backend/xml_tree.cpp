@@ -3,45 +3,27 @@
 // deep and how wide trees are.
 #include "ssib_if2_backend/xml_tree.h"
 
-#include <cstdlib>
-
 #include "ssib_if2_backend/heap.h"
 #include "ssib_if2_backend/log.h"
 
 namespace ssib {
-
 namespace {
-
-void freeString(XML_STRING *string) {
-  if (string == nullptr) return;
-  std::free(string->text);
-  std::free(string);
-}
-
-struct FreeString {
-  void operator()(XML_STRING *string) const { freeString(string); }
-};
 
 struct FreeAttribute {
   void operator()(XML_ATTRIBUTE *attribute) const {
-    freeString(attribute->name);
-    freeString(attribute->value);
+    const XmlString name(attribute->name);
+    const XmlString value(attribute->value);
     std::free(attribute);
   }
 };
 
 // Null when there is no memory for the record or its text.
 XML_STRING *newString(std::string_view text) {
-  std::unique_ptr<XML_STRING, FreeString> string(newRecord<XML_STRING>().release());
+  XmlString string(newRecord<XML_STRING>().release());
   if (string == nullptr) return nullptr;
   string->flags = kXmlFlag;
   string->text = copyText(text);
   return string->text == nullptr ? nullptr : string.release();
-}
-
-// Notes a copy that is missing although there was something to copy.
-void require(const void *source, const void *copy, bool *whole) {
-  if (whole != nullptr && isMissing(copy, source)) *whole = false;
 }
 
 void logCopy() {
@@ -50,61 +32,56 @@ void logCopy() {
 
 // A copy of one node, without its children and siblings. A copy never uses prevSibling: while the tree is being copied,
 // it remembers the node that the copy was made of.
-XML_NODE *dupeAlone(const XML_NODE *source, XML_NODE *parent, bool *whole) {
+XML_NODE *dupeAlone(const XML_NODE *source, XML_NODE *parent) {
   if (source == nullptr) return nullptr;
   XML_NODE *copy = newRecord<XML_NODE>().release();
-  require(source, copy, whole);
   if (copy == nullptr) return nullptr;
   logCopy();
-  copy->name = dupeString(source->name, whole);
-  copy->value = dupeString(source->value, whole);
-  copy->attributes = dupeAttributes(source->attributes, whole);
+  copy->name = dupeString(source->name);
+  copy->value = dupeString(source->value);
+  copy->attributes = dupeAttributes(source->attributes);
   copy->parent = parent;
   copy->prevSibling = const_cast<XML_NODE *>(source);
   return copy;
 }
 
-bool dupeFirstChild(XML_NODE *copy, bool *whole) {
-  copy->firstChild = dupeAlone(copy->prevSibling->firstChild, copy, whole);
+bool dupeFirstChild(XML_NODE *copy) {
+  copy->firstChild = dupeAlone(copy->prevSibling->firstChild, copy);
   return copy->firstChild != nullptr;
 }
 
 // Comes after everything below the copy, which is then finished.
-bool dupeNextSibling(XML_NODE *copy, bool *whole) {
-  copy->nextSibling = dupeAlone(copy->prevSibling->nextSibling, copy->parent, whole);
+bool dupeNextSibling(XML_NODE *copy) {
+  copy->nextSibling = dupeAlone(copy->prevSibling->nextSibling, copy->parent);
   copy->prevSibling = nullptr;
   return copy->nextSibling != nullptr;
 }
 
 }  // namespace
 
-void XmlImage::reset() {
-  freeString(image_);
-  image_ = nullptr;
-}
-
-EFI_STATUS XmlImage::serialize(XML_SERVICE_PROTOCOL *service, const XML_NODE *node) {
-  XML_STRING *image = nullptr;
-  const EFI_STATUS status = service->SerializeTree(service, node, kXmlFlag, &image);
-  if (!EFI_ERROR(status)) image_ = image;
+EFI_STATUS serialize(XML_SERVICE_PROTOCOL *service, const XML_NODE *node, XmlString &image) {
+  XML_STRING *document = nullptr;
+  const EFI_STATUS status = service->SerializeTree(service, node, kXmlFlag, &document);
+  if (!EFI_ERROR(status)) image.reset(document);
   return status;
 }
 
 void freeRootOf(SSIB2_PRIVATE_DATA &handle) {
-  const XmlTree tree(handle.XMLProto, handle.xmlRoot);
+  const XmlTree tree(handle.xmlRoot, {handle.XMLProto});
   handle.xmlRoot = nullptr;
 }
 
-XML_NODE *newNode(XML_SERVICE_PROTOCOL *service, const char *name) {
-  XmlTree node(service, newRecord<XML_NODE>().release());
-  if (node.get() == nullptr) return nullptr;
-  node.get()->name = newString(name);
-  return node.get()->name == nullptr ? nullptr : node.release();
+XmlTree newNode(XML_SERVICE_PROTOCOL *service, const char *name) {
+  XmlTree node(newRecord<XML_NODE>().release(), {service});
+  if (node == nullptr) return node;
+  node->name = newString(name);
+  if (node->name == nullptr) node.reset();
+  return node;
 }
 
-bool setValue(XML_NODE *node, std::string_view text) {
-  node->value = newString(text);
-  return node->value != nullptr;
+bool setValue(XML_NODE &node, std::string_view text) {
+  node.value = newString(text);
+  return node.value != nullptr;
 }
 
 EFI_STATUS addAttribute(XML_NODE *node, const char *name, const char *value) {
@@ -120,42 +97,39 @@ EFI_STATUS addAttribute(XML_NODE *node, const char *name, const char *value) {
   return EFI_SUCCESS;
 }
 
-XML_STRING *dupeString(const XML_STRING *source, bool *whole) {
+XML_STRING *dupeString(const XML_STRING *source) {
   if (source == nullptr) return nullptr;
   XML_STRING *copy = newRecord<XML_STRING>().release();
-  require(source, copy, whole);
   if (copy == nullptr) return nullptr;
   copy->flags = source->flags;
   copy->text = copyText(source->text);
-  require(source->text, copy->text, whole);
   return copy;
 }
 
-XML_ATTRIBUTE *dupeAttributes(const XML_ATTRIBUTE *first, bool *whole) {
+XML_ATTRIBUTE *dupeAttributes(const XML_ATTRIBUTE *first) {
   XML_ATTRIBUTE_LINK chain = nullptr;
   XML_ATTRIBUTE_LINK *end = &chain;
   for (const XML_ATTRIBUTE *source = first; source != nullptr; source = source->next) {
     *end = newRecord<XML_ATTRIBUTE>().release();
-    require(source, *end, whole);
     if (*end == nullptr) break;
-    (*end)->name = dupeString(source->name, whole);
-    (*end)->value = dupeString(source->value, whole);
+    (*end)->name = dupeString(source->name);
+    (*end)->value = dupeString(source->value);
     end = &(*end)->next;
   }
   return chain;
 }
 
 // Goes down before it goes on; the way back up is the copies' parents.
-XML_NODE *dupeNode(const XML_NODE *node, XML_NODE *parent, bool *whole) {
-  XML_NODE *const top = dupeAlone(node, parent, whole);
+XML_NODE *dupeNode(const XML_NODE *node, XML_NODE *parent) {
+  XML_NODE *const top = dupeAlone(node, parent);
   std::size_t depth = 0;
   for (XML_NODE *copy = top; copy != nullptr;) {
-    if (dupeFirstChild(copy, whole)) {
+    if (dupeFirstChild(copy)) {
       copy = copy->firstChild;
       ++depth;
       continue;
     }
-    while (!dupeNextSibling(copy, whole) && depth > 0) {
+    while (!dupeNextSibling(copy) && depth > 0) {
       copy = copy->parent;
       --depth;
     }
@@ -174,12 +148,6 @@ void logCopies(const XML_NODE *chain) {
     while (node->nextSibling == nullptr && node->parent != nullptr) node = node->parent;
     node = node->nextSibling;
   }
-}
-
-XML_NODE *copyNode(XML_SERVICE_PROTOCOL *service, const XML_NODE *node) {
-  bool whole = true;
-  XmlTree copy(service, dupeNode(node, nullptr, &whole));
-  return whole ? copy.release() : nullptr;
 }
 
 }  // namespace ssib

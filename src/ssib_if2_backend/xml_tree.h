@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
 #include <string_view>
 
 #include "VyxSSIBBackend.h"
@@ -12,69 +14,56 @@ namespace ssib {
 // The flags of every string that the library builds, and the flag of every call of SerializeTree.
 inline constexpr std::uint32_t kXmlFlag = 1;
 
-// A detached tree; released through the service with the scope. Without a service it stays allocated.
-class XmlTree {
- public:
-  XmlTree(XML_SERVICE_PROTOCOL *service, XML_NODE *node) : service_(service), node_(node) {}
-  ~XmlTree() {
-    if (node_ != nullptr && service_ != nullptr) service_->DeleteTree(service_, node_);
+// Releases through the service. Without a service a tree stays allocated.
+struct FreeTree {
+  XML_SERVICE_PROTOCOL *service;
+  void operator()(XML_NODE *node) const {
+    if (service != nullptr) service->DeleteTree(service, node);
   }
-  XmlTree(const XmlTree &) = delete;
-  XmlTree &operator=(const XmlTree &) = delete;
-
-  XML_NODE *get() const { return node_; }
-  XML_NODE *release() {
-    XML_NODE *node = node_;
-    node_ = nullptr;
-    return node;
-  }
-
- private:
-  XML_SERVICE_PROTOCOL *service_;
-  XML_NODE *node_;
 };
 
-// The image that SerializeTree hands out: the text is freed first, then the record.
-class XmlImage {
- public:
-  XmlImage() = default;
-  ~XmlImage() { reset(); }
-  XmlImage(const XmlImage &) = delete;
-  XmlImage &operator=(const XmlImage &) = delete;
+// A detached tree.
+using XmlTree = std::unique_ptr<XML_NODE, FreeTree>;
 
-  EFI_STATUS serialize(XML_SERVICE_PROTOCOL *service, const XML_NODE *node);
-  void reset();
-  const char *text() const { return image_ == nullptr ? nullptr : image_->text; }
-
- private:
-  XML_STRING *image_ = nullptr;
+struct FreeString {
+  void operator()(XML_STRING *string) const {
+    std::free(string->text);
+    std::free(string);
+  }
 };
+
+using XmlString = std::unique_ptr<XML_STRING, FreeString>;
+
+// The document of a tree. `image` stays null on failure, and may be null, or without text, on success.
+EFI_STATUS serialize(XML_SERVICE_PROTOCOL *service, const XML_NODE *node, XmlString &image);
+
+// Whether a serialised image has a text.
+inline bool hasText(const XmlString &image) {
+  return image != nullptr && image->text != nullptr;
+}
 
 // Releases the document tree of a handle, when it has one.
 void freeRootOf(SSIB2_PRIVATE_DATA &handle);
 
 // An element of that name, without text; null when there is no memory.
-XML_NODE *newNode(XML_SERVICE_PROTOCOL *service, const char *name);
+XmlTree newNode(XML_SERVICE_PROTOCOL *service, const char *name);
 
 // Gives an element without text one; false when there is no memory.
-bool setValue(XML_NODE *node, std::string_view text);
+bool setValue(XML_NODE &node, std::string_view text);
 
 // Puts an attribute in front of the node's others. A null name or value is stored as "".
 EFI_STATUS addAttribute(XML_NODE *node, const char *name, const char *value);
 
-// Copies. Null gives null. What cannot be allocated stays null in the copy; `whole`, when given, then becomes false.
-XML_STRING *dupeString(const XML_STRING *source, bool *whole = nullptr);
-XML_ATTRIBUTE *dupeAttributes(const XML_ATTRIBUTE *first, bool *whole = nullptr);
+// Copies. Null gives null, and so does a record that cannot be allocated; what cannot be allocated inside of it is null
+// there, without any other sign.
+XML_STRING *dupeString(const XML_STRING *source);
+XML_ATTRIBUTE *dupeAttributes(const XML_ATTRIBUTE *first);
 
 // Copies a node, what is below it, and the siblings that follow it, each with `parent` as its parent.
-XML_NODE *dupeNode(const XML_NODE *node, XML_NODE *parent, bool *whole = nullptr);
+XML_NODE *dupeNode(const XML_NODE *node, XML_NODE *parent);
 
-// Says of a copied chain what copying it said.
+// Logs for each node of a copied chain the line that copying it logged.
 void logCopies(const XML_NODE *chain);
-
-// A detached copy of a chain by dupeNode, whole or null: one with holes would be written to the
-// queue's file with holes.
-XML_NODE *copyNode(XML_SERVICE_PROTOCOL *service, const XML_NODE *node);
 
 // Whether a copy is missing although there was something to copy.
 inline bool isMissing(const void *copy, const void *source) {

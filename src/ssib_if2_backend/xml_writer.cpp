@@ -7,7 +7,6 @@
 #include "ssib_if2_backend/xml_tree.h"
 
 namespace ssib {
-
 namespace {
 
 // The command line as it is stored: one that begins with a double quote loses its first and its last character.
@@ -19,27 +18,23 @@ std::string_view storedCommand(std::string_view command) {
 }
 
 EFI_STATUS addCommand(XML_SERVICE_PROTOCOL *service, XML_NODE *block, const char *command) {
-  XmlTree node(service, newNode(service, kCommandElement));
-  if (node.get() == nullptr || !setValue(node.get(), storedCommand(command))) return EFI_OUT_OF_RESOURCES;
-  node.get()->parent = block;
+  XmlTree node = newNode(service, kCommandElement);
+  if (node == nullptr || !setValue(*node, storedCommand(command))) return EFI_OUT_OF_RESOURCES;
+  node->parent = block;
   block->firstChild = node.release();
   return EFI_SUCCESS;
 }
 
-EFI_STATUS addExtraContent(XML_SERVICE_PROTOCOL *service, XML_NODE *block, const XML_NODE *content) {
-  block->firstChild = copyNode(service, content);
-  return isMissing(block->firstChild, content) ? EFI_OUT_OF_RESOURCES : EFI_SUCCESS;
-}
-
 EFI_STATUS addContent(XML_SERVICE_PROTOCOL *service, XML_NODE *block, const SSIB_ENTRY &entry) {
-  return entry.Cmd_Line != nullptr ? addCommand(service, block, entry.Cmd_Line)
-                                   : addExtraContent(service, block, entry.Node);
+  if (entry.Cmd_Line != nullptr) return addCommand(service, block, entry.Cmd_Line);
+  block->firstChild = dupeNode(entry.Node, nullptr);
+  return isMissing(block->firstChild, entry.Node) ? EFI_OUT_OF_RESOURCES : EFI_SUCCESS;
 }
 
 EFI_STATUS addBlockAttribute(XML_NODE *block, const XmlAttribute &attribute, const SSIB_ENTRY &entry) {
-  if (attribute.text != nullptr) return addAttribute(block, attribute.name, entry.*attribute.text);
+  if (attribute.text != nullptr) return addAttribute(block, attribute.name, entry.*attribute.text->member);
   char digits[255];
-  std::snprintf(digits, sizeof(digits), "%d", static_cast<std::int32_t>(numberOf(entry, attribute.number)));
+  std::snprintf(digits, sizeof(digits), "%d", static_cast<std::int32_t>(numberOf(entry, *attribute.number)));
   return addAttribute(block, attribute.name, digits);
 }
 
@@ -62,14 +57,14 @@ EFI_STATUS createRoot(XML_SERVICE_PROTOCOL *service, XML_NODE **root) {
 EFI_STATUS create_xml_tree(XML_SERVICE_PROTOCOL *service, XML_NODE *root, XML_NODE **last,
                            const SSIB_ENTRY_LIST &element) {
   if (root == nullptr) return EFI_INVALID_PARAMETER;
-  XmlTree block(service, newNode(service, kBlockElement));
-  if (block.get() == nullptr) return EFI_OUT_OF_RESOURCES;
+  XmlTree block = newNode(service, kBlockElement);
+  if (block == nullptr) return EFI_OUT_OF_RESOURCES;
   EFI_STATUS status = addContent(service, block.get(), element.entry);
   if (EFI_ERROR(status)) return status;
   status = addAttributes(block.get(), element);
   if (EFI_ERROR(status)) return status;
 
-  block.get()->prevSibling = *last;
+  block->prevSibling = *last;
   (*last == nullptr ? root->firstChild : (*last)->nextSibling) = block.get();
   *last = block.release();
   return EFI_SUCCESS;

@@ -5,6 +5,7 @@
 
 #include "VyxSSIBBackend.h"
 
+namespace ssib {
 namespace {
 
 constexpr int kEndOfInput = 0xFFFF;
@@ -23,18 +24,19 @@ constexpr char stored(int byte) {
 }
 
 }  // namespace
+}  // namespace ssib
 
 extern "C" {
 
 int vyx_fgetc(FILE *stream) {
-  if (stream == nullptr) return kEndOfInput;
-  if (next == nullptr) {
-    valid = std::fread(readAhead, 1, sizeof(readAhead), stream);
-    if (valid == 0) return kEndOfInput;
-    next = readAhead;
+  if (stream == nullptr) return ssib::kEndOfInput;
+  if (ssib::next == nullptr) {
+    ssib::valid = std::fread(ssib::readAhead, 1, sizeof(ssib::readAhead), stream);
+    if (ssib::valid == 0) return ssib::kEndOfInput;
+    ssib::next = ssib::readAhead;
   }
-  const int byte = *next++;
-  if (next == readAhead + valid) next = nullptr;
+  const int byte = *ssib::next++;
+  if (ssib::next == ssib::readAhead + ssib::valid) ssib::next = nullptr;
   return byte;
 }
 
@@ -44,9 +46,9 @@ char *fgetline(char *buf, size_t size, FILE *stream) {
   std::size_t count = 0;
   while (count < size - 1) {
     const int byte = vyx_fgetc(stream);
-    if (byte == kEndOfInput) return count == 0 ? nullptr : buf;
+    if (byte == ssib::kEndOfInput) return count == 0 ? nullptr : buf;
     if (byte == '\n') return buf;
-    if (!isDropped(byte)) buf[count++] = stored(byte);
+    if (!ssib::isDropped(byte)) buf[count++] = ssib::stored(byte);
   }
   return buf;
 }

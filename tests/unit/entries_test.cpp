@@ -29,7 +29,7 @@ class EntryTest : public LibraryTest {
   // A job that has everything but a Timeout, in an open queue without others, under the cursor.
   void addFullJob() {
     open();
-    const ssib::XmlTree node(handle.XMLProto, treeOf("<n/>"));
+    const ssib::XmlTree node(treeOf("<n/>"), {handle.XMLProto});
     Job job;
     job.Version = 1, job.mode = 1, job.Block_ID = 2, job.RB_Type = 3, job.RB_Req = 4, job.Rtn_Code = 5;
     job.RT_Count = 6, job.Node = node.get();
