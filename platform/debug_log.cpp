@@ -2,49 +2,56 @@
 // The debug-log service: a line of text for each message, whole even when several processes share the file.
 #include "debug_log.h"
 
+#include <fcntl.h>
+
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-#include "format.h"
+#include "files.h"
+#include "text.h"
 
 namespace vyx::platform {
 namespace {
 
 std::FILE *sink = nullptr;
 
-bool appendMessage(GrowingArray<char> &line, const char *tag, const wchar_t *format, va_list values) {
-  if (!appendValue(line, tag) || !line.append(": ", 2) || !appendFormat(line, format, values)) return false;
-  while (line.back() == '\n') line.pop();
-  return line.push('\n');
-}
-
+// Without memory for it, a message is lost.
 void print(uint32_t, const char *tag, const wchar_t *format, ...) {
   if (tag == nullptr || format == nullptr) return;
-  GrowingArray<char> line;
   va_list values;
   va_start(values, format);
-  const bool done = appendMessage(line, tag, format, values);
+  statusOf([&] {
+    std::string line = safeText(tag) + ": " + formatted(toUtf8(format), values);
+    line.erase(line.find_last_not_of('\n') + 1);
+    line += '\n';
+    std::fwrite(line.data(), 1, line.size(), sink);
+  });
   va_end(values);
-  if (!done) return;
-  std::fwrite(line.data(), 1, line.size(), sink);
+}
+
+std::FILE *openFile(const char *path) {
+  const int opened = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+  require(opened >= 0, EFI_DEVICE_ERROR);
+  Descriptor file(opened);
+  std::FILE *stream = fdopen(file.get(), "a");
+  require(stream != nullptr, EFI_DEVICE_ERROR);
+  file.release();
+  std::setvbuf(stream, nullptr, _IONBF, 0);  // a line is one write, as on stderr
+  return stream;
 }
 
 }  // namespace
 
-EFI_STATUS findDebugLog(void **log) {
+void *findDebugLog() {
   static DEBUG_LOG_PROTOCOL service = {{}, print};
-  *log = nullptr;
   const char *target = std::getenv("QUOR_DEBUG");
-  if (target == nullptr || *target == '\0') return EFI_SUCCESS;
-  std::FILE *opened = std::strcmp(target, "stderr") == 0 ? stderr : std::fopen(target, "ae");
-  if (opened == nullptr) return EFI_DEVICE_ERROR;
-  if (opened != stderr) std::setvbuf(opened, nullptr, _IONBF, 0);  // a line is one write, as on stderr
+  if (target == nullptr || *target == '\0') return nullptr;
+  std::FILE *opened = std::strcmp(target, "stderr") == 0 ? stderr : openFile(target);
   if (sink != nullptr && sink != stderr) std::fclose(sink);
   sink = opened;
-  *log = &service;
-  return EFI_SUCCESS;
+  return &service;
 }
 
 }  // namespace vyx::platform

@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "format.h"
-#include "PlatformServices.h"
+#include "failure.h"
+#include "text.h"
 
 namespace vyx::platform {
 namespace {
@@ -25,16 +25,19 @@ using namespace vyx::platform;
 
 extern "C" {
 
-// Returns the number of bytes written: 0 for what is not wanted. Understands what appendFormat
-// does; ignores the verbosity.
+// Returns the number of bytes written: 0 for what is not wanted. Understands what `formatted` does; ignores the
+// verbosity.
 int quorprintf(int level, int, const char *format, ...) {
   if (format == nullptr || !isWanted(level)) return 0;
-  GrowingArray<char> line;
+  std::size_t written = 0;
   va_list values;
   va_start(values, format);
-  const bool done = appendFormat(line, format, values);
+  statusOf([&] {
+    const std::string line = formatted(format, values);
+    written = std::fwrite(line.data(), 1, line.size(), stderr);
+  });
   va_end(values);
-  return done ? static_cast<int>(std::fwrite(line.data(), 1, line.size(), stderr)) : 0;
+  return static_cast<int>(written);
 }
 
 }  // extern "C"

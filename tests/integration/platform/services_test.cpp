@@ -73,12 +73,12 @@ TEST_F(DebugLog, WritesEachMessageAsALineOfText) {
   } rows[] = {
       {"numbers", [](Print p) { p(0x800000, "VYXSSIB", L"%d %d %x", -1, 7, 0xABCD); }, "VYXSSIB: -1 7 abcd\n"},
       {"strings", [](Print p) { p(0, "T", L"%s|%ls|", "a\xC3\xA9", L"b\u20AC"); }, "T: a\xC3\xA9|b\xE2\x82\xAC|\n"},
-      {"statuses", [](Print p) { p(0, "T", L"%r %r %r", EFI_SUCCESS, EFI_NOT_FOUND, EFI_STATUS{0x300004}); },
-       "T: EFI_SUCCESS EFI_NOT_FOUND 0x00300004\n"},
+      {"statuses", [](Print p) { p(0, "T", L"%r %r %r", EFI_SUCCESS, EFI_NOT_FOUND, EFI_STATUS{0x300005}); },
+       "T: EFI_SUCCESS EFI_NOT_FOUND 0x00300005\n"},
       {"a line end of its own", [](Print p) { p(0, "T", L"Exit. %r\n", EFI_ABORTED); }, "T: Exit. EFI_ABORTED\n"},
       {"no conversion", [](Print p) { p(0, "T", L"100%% %f %d", 1.0, 2); }, "T: 100% %f %d\n"},
       {"no control character of a value", [](Print p) { p(0, "T", L"%s %ls", "\x1B[2J\n\x7F", L"\a\u009B"); },
-       "T: \\x1B[2J\\x0A\\x7F \\x07\\xC2\\x9B\n"},
+       "T: \\x1B[2J\\n\\x7F \\x07\\xC2\\x9B\n"},
       {"bytes that are no UTF-8", [](Print p) { p(0, "T", L"%s", "\xFF\x9B\xC3"); }, "T: \\xFF\\x9B\\xC3\n"},
       {"characters that are none", [](Print p) { p(0, "T", L"%ls", L"a\x110000"); }, "T: a\xEF\xBF\xBD\n"},
       {"null strings", [](Print p) { p(0, "T", L"%s %ls", nullptr, nullptr); }, "T: (null) (null)\n"},
@@ -107,7 +107,7 @@ TEST_F(Trace, WritesWhatIsAtOrBelowItsLevel) {
     if (row.setting != nullptr) setenv("QUOR_TRACE", row.setting, 1);
     testing::internal::CaptureStderr();
     const int length = quorprintf(row.level, 9, "%s:%d:partition:%ls mode:%s\n", "f", 12, L"V\u00E9\n", "r");
-    const std::string expected = row.written ? "f:12:partition:V\xC3\xA9\\x0A mode:r\n" : "";
+    const std::string expected = row.written ? "f:12:partition:V\xC3\xA9\\n mode:r\n" : "";
     EXPECT_EQ(testing::internal::GetCapturedStderr(), expected);
     EXPECT_EQ(length, static_cast<int>(expected.size()));
   }

@@ -144,12 +144,27 @@ TEST_F(Storage, WhatTheSystemDoesNotPermitIsAccessDenied) {
   EXPECT_EQ(contents(), "old");
 }
 
-TEST_F(Storage, AnyOtherObstacleIsADeviceError) {
+// Only what shows that there is no file is told as that: the library would write an empty queue over any other one.
+TEST_F(Storage, WhatStandsInTheWayIsAMissingFileOnlyWhenItIsOne) {
   fs::create_directories(root);
   fill(partition, "a file where the partition should be");
-  for (const auto &path : {root, partition / "below", fs::path(std::string(5000, 'x'))}) {
-    setenv("VARSK_ROOT", path.c_str(), 1);
-    expectRefused(kPartition, kQueue, EFI_DEVICE_ERROR);
+  const struct {
+    fs::path root;
+    EFI_STATUS reading, writing, deleting;
+  } rows[] = {
+      {root, EFI_ACCESS_DENIED, EFI_ACCESS_DENIED, EFI_ACCESS_DENIED},
+      {partition / "below", EFI_NOT_FOUND, EFI_DEVICE_ERROR, EFI_NOT_FOUND},
+      {std::string(5000, 'x'), EFI_ACCESS_DENIED, EFI_DEVICE_ERROR, EFI_DEVICE_ERROR},
+      {"", EFI_ACCESS_DENIED, EFI_DEVICE_ERROR, EFI_DEVICE_ERROR},
+  };
+  for (const char *name : {"XDG_STATE_HOME", "HOME"}) setenv(name, "", 1);
+  for (const auto &row : rows) {
+    SCOPED_TRACE(row.root.string().substr(0, 50));
+    setenv("VARSK_ROOT", row.root.c_str(), 1);
+    FILE *stream = nullptr;
+    EXPECT_EQ(open("r", stream), row.reading);
+    EXPECT_EQ(open("w", stream), row.writing);
+    EXPECT_EQ(varsk_fdelete_1(kPartition, kQueue), row.deleting);
   }
 }
 
