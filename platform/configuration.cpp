@@ -4,10 +4,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <array>
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "lock.h"
 #include "replacement.h"
 #include "utf8.h"
 
@@ -20,25 +20,18 @@ constexpr const char *kFileName = "attributes.json";
 constexpr std::uint32_t kPatience = 10'000;  // milliseconds that another process may take to set an attribute
 constexpr int kDeepest = 16;                 // of what others have put into the file; a value of our own has depth 1
 
-// Tells a file from every other one and from its own earlier contents, without reading it.
-struct Identity {
-  dev_t device = 0;
-  ino_t inode = 0;  // 0: no file
-  off_t size = 0;
-  timespec modified = {};
+// Tells a file from every other one and from its own earlier contents, without reading it: device, inode, size and time
+// of the last change.
+using Identity = std::array<std::int64_t, 5>;
 
-  Identity() = default;
-  explicit Identity(const struct stat &info)
-      : device(info.st_dev), inode(info.st_ino), size(info.st_size), modified(info.st_mtim) {}
-  bool operator==(const Identity &other) const {
-    return device == other.device && inode == other.inode && size == other.size &&
-           modified.tv_sec == other.modified.tv_sec && modified.tv_nsec == other.modified.tv_nsec;
-  }
-};
+Identity identityOf(const struct stat &info) {
+  return {static_cast<std::int64_t>(info.st_dev), static_cast<std::int64_t>(info.st_ino), info.st_size,
+          info.st_mtim.tv_sec, info.st_mtim.tv_nsec};
+}
 
 struct Attributes {
-  std::string path;  // empty: nothing was read yet
-  Identity identity;
+  std::string path;        // empty: nothing was read yet
+  Identity identity = {};  // all 0 without a file
   json values = json::object();
 };
 Attributes cache;
@@ -71,9 +64,9 @@ void refresh(const std::string &path) {
     cache = {path, {}, json::object()};
     return;
   }
-  if (cache.path == path && cache.identity == Identity(info)) return;
+  if (cache.path == path && cache.identity == identityOf(info)) return;
   const Descriptor file = openRegular(AT_FDCWD, path.c_str(), O_RDONLY);
-  const Identity identity(statusOfFile(file));
+  const Identity identity = identityOf(statusOfFile(file));
   cache = {path, identity, parse(readAll(file))};
 }
 
@@ -87,7 +80,7 @@ void store(const std::string &root, const std::string &path, json values) {
   Replacement replacement;
   replacement.begin(root, kFileName);
   require(replacement.write(values.dump(2) + '\n'), EFI_DEVICE_ERROR);
-  const Identity identity(replacement.status());
+  const Identity identity = identityOf(replacement.status());
   replacement.commit();
   cache = {path, identity, std::move(values)};
 }

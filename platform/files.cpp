@@ -2,13 +2,17 @@
 #include "files.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <thread>
 #include <vector>
 
+#include "HostPlatform.h"
 #include "utf8.h"
 
 namespace vyx::platform {
@@ -49,6 +53,27 @@ void syncDirectory(const std::string &path) {
   const int opened = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (opened < 0 && errno == EACCES) return;
   sync(Descriptor(opened));
+}
+
+// A lock file made by root has to be usable by the service that owns the directory.
+Descriptor makeLockFile(const Descriptor &directory) {
+  constexpr int kFlags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+  const int opened = openat(directory.get(), VYX_HOST_LOCK_NAME, kFlags, 0600);
+  if (opened < 0 && errno == EEXIST) return openRegular(directory.get(), VYX_HOST_LOCK_NAME, O_RDWR);
+  Descriptor made(opened);
+  giveTo(statusOfFile(directory), made);
+  return made;
+}
+
+Descriptor openLockFile(const std::string &path) {
+  makeDirectories(path);
+  const Descriptor directory = openDirectory(path, O_RDONLY);
+  try {
+    return openRegular(directory.get(), VYX_HOST_LOCK_NAME, O_RDWR);
+  } catch (const Failure &failure) {
+    if (failure.status != EFI_NOT_FOUND) throw;
+    return makeLockFile(directory);
+  }
 }
 
 }  // namespace
@@ -141,6 +166,18 @@ bool writeAll(int descriptor, std::string_view text) {
 // EINVAL and EROFS: the file system keeps nothing back that could be lost.
 void sync(const Descriptor &file) {
   require(!wantSync() || fsync(file.get()) == 0 || errno == EINVAL || errno == EROFS, EFI_DEVICE_ERROR);
+}
+
+// The system gives the lock up with the process, however that ends.
+Lock::Lock(const std::string &directory, std::uint32_t milliseconds) : file_(openLockFile(directory)) {
+  constexpr auto kPause = std::chrono::milliseconds(10);
+  const bool isLimited = milliseconds != VYX_HOST_FOREVER;
+  const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+  while (untilDone([&] { return flock(file_.get(), isLimited ? LOCK_EX | LOCK_NB : LOCK_EX); }) != 0) {
+    require(errno == EWOULDBLOCK, EFI_DEVICE_ERROR);
+    require(std::chrono::steady_clock::now() < end, VYX_HOST_TIMEOUT);
+    std::this_thread::sleep_for(kPause);
+  }
 }
 
 }  // namespace vyx::platform

@@ -1,9 +1,10 @@
 /* SPDX-License-Identifier: MIT */
-// Where the stand-in keeps things, and how it opens them. Failures are thrown.
+// Where the stand-in keeps things, how it opens and how it locks them. Failures are thrown.
 #pragma once
 
 #include <sys/stat.h>
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -69,6 +70,17 @@ bool writeAll(int descriptor, std::string_view text);
 
 // Makes what was written outlast a power loss, unless VARSK_SYNC=0 says that it need not.
 void sync(const Descriptor &file);
+
+// A lock on a directory, against others in this process as well. Held as long as it lives. Directory and lock file are
+// made when they are missing.
+class Lock {
+ public:
+  // Waits for another holder at most so long; VYX_HOST_FOREVER is without limit. Throws VYX_HOST_TIMEOUT.
+  Lock(const std::string &directory, std::uint32_t milliseconds);
+
+ private:
+  Descriptor file_;
+};
 
 // Tries again what a signal has interrupted.
 template <class Call>

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "lock.h"
+#include "files.h"
 #include "text.h"
 #include "utf8.h"
 

@@ -3,16 +3,12 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "debug_log.h"
 #include "failure.h"
+#include "logs.h"
 #include "xml_service.h"
 
 namespace vyx::platform {
 namespace {
-
-void *findXmlService() {
-  return xmlService();
-}
 
 // A provider gives its one instance, or null when it has none at the moment.
 struct Provider {
@@ -20,7 +16,7 @@ struct Provider {
   void *(*find)();
 };
 constexpr Provider kProviders[] = {
-    {VYX_XML_SERVICE_GUID, findXmlService},
+    {VYX_XML_SERVICE_GUID, []() -> void * { return xmlService(); }},
     {VYX_DEBUG_LOG_GUID, findDebugLog},
 };
 

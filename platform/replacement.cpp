@@ -43,17 +43,13 @@ struct Close {
   void operator()(DIR *directory) const { closedir(directory); }
 };
 
-// What cannot be removed stays, and stops nobody.
 void removeStaleFiles(const Descriptor &path) {
-  const int opened = openat(path.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  const std::unique_ptr<DIR, Close> directory(fdopendir(opened));
-  if (directory == nullptr) {
-    if (opened >= 0) close(opened);
-    return;
-  }
-  while (const dirent *entry = readdir(directory.get())) {
+  Descriptor opened(openat(path.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const std::unique_ptr<DIR, Close> directory(fdopendir(opened.get()));
+  if (directory == nullptr) return;
+  opened.release();
+  while (const dirent *entry = readdir(directory.get()))
     if (isTemporaryName(entry->d_name)) statusOf([&] { removeIfStale(path.get(), entry->d_name); });
-  }
 }
 
 std::optional<struct stat> findAt(const Descriptor &directory, const std::string &name) {
@@ -97,7 +93,7 @@ void Replacement::begin(const std::string &directory, const std::string &target)
   makeDirectories(path_);
   directory_ = openDirectory(path_, O_RDONLY);
   if (!targetExists()) syncAncestors(path_);
-  removeStaleFiles(directory_);
+  statusOf([&] { removeStaleFiles(directory_); });  // what cannot be removed stays, and stops nobody
   do {
     makeFile();
   } while (status().st_nlink == 0);

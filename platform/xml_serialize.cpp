@@ -30,14 +30,18 @@ constexpr string_view kWhite = " \t\n\r";
 constexpr string_view kSingleByteDeclaration = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n";
 
 // What each byte of a value or a name is: one of these, or kFirstEscape plus an index into kEscapes.
-enum : std::uint8_t { kPlain, kHigh, kEnd, kRefused, kFirstEscape };
+enum ByteKind : std::uint8_t { kPlain, kHigh, kEnd, kRefused, kFirstEscape };
 using ByteKinds = std::array<std::uint8_t, 256>;
 
-constexpr ByteKinds byteKinds(bool inText) {
+constexpr ByteKinds kindsWithin(ByteKind ascii) {
   ByteKinds kinds{};
-  for (std::size_t i = 0; i < 0x20; ++i) kinds[i] = kRefused;
-  for (std::size_t i = 0x80; i < kinds.size(); ++i) kinds[i] = kHigh;
+  for (std::size_t i = 1; i < kinds.size(); ++i) kinds[i] = i < 0x20 ? kRefused : i < 0x80 ? ascii : kHigh;
   kinds['\0'] = kEnd;
+  return kinds;
+}
+
+constexpr ByteKinds valueKinds(bool inText) {
+  ByteKinds kinds = kindsWithin(kPlain);
   kinds['\t'] = kinds['\n'] = kPlain;
   for (std::size_t i = 0; i < std::size(kEscapes); ++i) {
     const auto byte = static_cast<unsigned char>(kEscapes[i].byte);
@@ -48,16 +52,12 @@ constexpr ByteKinds byteKinds(bool inText) {
 
 // What would be markup cannot be left to the parser: it would take it for that.
 constexpr ByteKinds nameKinds() {
-  ByteKinds kinds{};
-  for (std::size_t i = 1; i < 0x80; ++i) kinds[i] = kRefused;
-  for (std::size_t i = 0x80; i < kinds.size(); ++i) kinds[i] = kHigh;
-  for (std::size_t i = 'a'; i <= 'z'; ++i) kinds[i] = kinds[i - 'a' + 'A'] = kPlain;
-  for (std::size_t i = '0'; i <= '9'; ++i) kinds[i] = kPlain;
-  for (const char c : string_view(":_.-")) kinds[static_cast<unsigned char>(c)] = kPlain;
-  kinds['\0'] = kEnd;
+  ByteKinds kinds = kindsWithin(kRefused);
+  for (const char c : string_view("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789:_.-"))
+    kinds[static_cast<unsigned char>(c)] = kPlain;
   return kinds;
 }
-constexpr ByteKinds kInText = byteKinds(true), kInAttribute = byteKinds(false), kInName = nameKinds();
+constexpr ByteKinds kInText = valueKinds(true), kInAttribute = valueKinds(false), kInName = nameKinds();
 
 // Up to this many attributes of an element, comparing the name of each with each is quicker than the parser.
 constexpr std::size_t kFewAttributes = 16;

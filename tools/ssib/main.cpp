@@ -9,11 +9,11 @@
 #include <sstream>
 
 #include "commands.h"
+#include "host.h"
 #include "output.h"
 #include "stop.h"
-#include "text.h"
 
-namespace ssib {
+namespace tool {
 namespace {
 
 enum Takes : unsigned { kNumber = 1, kFields = 2, kJson = 4, kLocation = 8, kDelete = 16 };
@@ -94,7 +94,7 @@ const std::map<std::string, std::uint32_t> kLocations = {{"prepend-hi", SSIB_ADD
 
 // What the command line says, as it stands there.
 struct Arguments {
-  std::string queue = "Main.ssib";
+  std::string queue = plainName(SSIB_MAIN_QUEUE);
   std::string number = "1";
   std::string location = "append-lo";
   GivenFields fields;
@@ -170,7 +170,7 @@ std::map<const CLI::App *, const Command *> declareAll(CLI::App &app, Arguments 
     if (app.get_subcommands().empty()) return "ssib " SSIB_VERSION;
     throw Stop(Exit::Usage, "--version stands alone; the field's option is --version-number");
   });
-  app.add_option("-q,--queue", arguments.queue, "name of the queue's file; works behind the command, too")
+  app.add_option("-q,--queue", arguments.queue, "name of the queue's file; works after the command, too")
       ->type_name("NAME")
       ->capture_default_str();
   app.footer(kFooter);
@@ -219,20 +219,20 @@ Exit run(int argc, char **argv) {
 }
 
 }  // namespace
-}  // namespace ssib
+}  // namespace tool
 
 int main(int argc, char **argv) {
-  using ssib::Exit;
-  ssib::occupyStandardDescriptors();
+  using tool::Exit;
+  tool::occupyStandardDescriptors();
   Exit exit = Exit::Done;
   try {
-    exit = ssib::run(argc, argv);
-  } catch (const ssib::Stop &stop) {
-    exit = ssib::fail(stop.exit(), stop.what());
+    exit = tool::run(argc, argv);
+  } catch (const tool::Stop &stop) {
+    exit = tool::fail(stop.exit(), stop.what());
   } catch (const std::bad_alloc &) {
-    exit = ssib::fail(Exit::Refused, "out of memory");
+    exit = tool::fail(Exit::Refused, "out of memory");
   } catch (const std::exception &error) {
-    exit = ssib::fail(Exit::Refused, ssib::escaped(error.what()));
+    exit = tool::fail(Exit::Refused, tool::escaped(error.what()));
   }
   return static_cast<int>(exit);
 }

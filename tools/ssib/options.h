@@ -10,7 +10,7 @@
 #include "fields.h"
 #include "VyxSSIBBackend.h"
 
-namespace ssib {
+namespace tool {
 
 struct GivenField {
   const Field *field;
@@ -34,4 +34,4 @@ void applyFields(const GivenFields &given, SSIB_ENTRY &entry);
 /** The field mask's bits of the fields given. */
 std::uint32_t bitsOf(const GivenFields &given);
 
-}  // namespace ssib
+}  // namespace tool

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The debug-log service: a line of text for each message, whole even when several processes share the file.
-#include "debug_log.h"
+// The two log services. The debug log: a line of text for each message, whole even when several processes share the file.
+// The trace: what is at or below the level in QUOR_TRACE goes to standard error, anything else nowhere.
+#include "logs.h"
 
 #include <fcntl.h>
 
@@ -42,6 +43,14 @@ std::FILE *openFile(const char *path) {
   return stream;
 }
 
+bool isWanted(int level) {
+  const char *setting = std::getenv("QUOR_TRACE");
+  if (setting == nullptr) return false;
+  char *end = nullptr;
+  const long highest = std::strtol(setting, &end, 10);
+  return end != setting && *end == '\0' && level <= highest;
+}
+
 }  // namespace
 
 void *findDebugLog() {
@@ -55,3 +64,24 @@ void *findDebugLog() {
 }
 
 }  // namespace vyx::platform
+
+using namespace vyx::platform;
+
+extern "C" {
+
+// Returns the number of bytes written: 0 for what is not wanted. Understands what `formatted` does; ignores the
+// verbosity.
+int quorprintf(int level, int, const char *format, ...) {
+  if (format == nullptr || !isWanted(level)) return 0;
+  std::size_t written = 0;
+  va_list values;
+  va_start(values, format);
+  statusOf([&] {
+    const std::string line = formatted(format, values);
+    written = std::fwrite(line.data(), 1, line.size(), stderr);
+  });
+  va_end(values);
+  return static_cast<int>(written);
+}
+
+}  // extern "C"
