@@ -65,8 +65,10 @@ void mergeFiles(const Request &request, SSIB2_PRIVATE_DATA &queue) {
   const EFI_STATUS status = mergeQuietly(request);
   if (status == EFI_SUCCESS && countStored(main) == expected) return;
   const bool hasMain = restore(main, mainQueue), hasSub = restore(name, queue);
-  throw Stop(Exit::Refused, "cannot write " + main.shown() + ": " +
-                                statusName(status == EFI_SUCCESS ? EFI_DEVICE_ERROR : status) + "; " + name.shown() +
+  const std::string action = status == EFI_SUCCESS
+                                 ? "write " + main.shown() + ": " + statusName(EFI_DEVICE_ERROR)
+                                 : "merge " + name.shown() + " into " + main.shown() + ": " + statusName(status);
+  throw Stop(Exit::Refused, "cannot " + action + "; " + name.shown() +
                                 (hasSub ? " has its entries as before" : " may have lost its entries") +
                                 (hasMain ? "" : "; " + main.shown() + " may have lost its own"));
 }
