@@ -41,8 +41,8 @@ typedef struct VYX_HOST_LOCK VYX_HOST_LOCK;
  *
  * @param partition  the partition's name
  * @param path       receives the path, in UTF-8 as far as the environment's values are
- * @retval EFI_ACCESS_DENIED  the name is empty, begins with a dot, has a '/', is longer than a file name may be or is no
- *                            Unicode text
+ * @retval EFI_ACCESS_DENIED  the name is empty, begins with a dot, has a '/', is longer than a file name may be or is
+ *                            not Unicode text
  * @retval EFI_DEVICE_ERROR   none of the three variables is set
  */
 EFI_STATUS vyxHostPartitionPath(const wchar_t *partition, char **path);

@@ -18,8 +18,8 @@ inline void require(bool condition, EFI_STATUS otherwise) {
   if (!condition) throw Failure{otherwise};
 }
 
-// What a failed system call means to a client of the partition storage. A path whose directories are none leads to no
-// file, too.
+// What a failed system call means to a client of the partition storage. ENOTDIR: a directory of the path is
+// another thing, so the file is missing as well.
 inline Failure failureOf(int error) {
   if (error == ENOENT || error == ENOTDIR) return {EFI_NOT_FOUND};
   const bool isDenied = error == EACCES || error == EPERM || error == EROFS || error == ELOOP;

@@ -40,7 +40,7 @@ std::string rootPath();
 std::string partitionPath(const wchar_t *partition);
 
 // The name of a file or a partition. EFI_ACCESS_DENIED for one that is empty, begins with a dot, has a '/', is longer
-// than a file name may be or is no Unicode text: names outside the partition cannot be formed.
+// than a file name may be or is not Unicode text: names outside the partition cannot be formed.
 std::string fileName(const wchar_t *name);
 
 // Makes a directory and what is missing above it, each for the owner of the one above, and for the owner alone. What is
@@ -50,7 +50,7 @@ void makeDirectories(const std::string &path);
 // Makes a directory outlast a power loss, and all above it, whoever made them.
 void syncAncestors(const std::string &path);
 
-// Opens a directory that is no symbolic link.
+// Opens a directory, not through a symbolic link.
 Descriptor openDirectory(const std::string &path, int flags);
 
 // What stands at a name, itself and not what it points to.

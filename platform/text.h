@@ -19,7 +19,7 @@ std::string formatted(std::string_view format, va_list values);
 // A text that cannot drive a terminal, as vyxHostTerminalText describes it.
 std::string safeText(const char *text);
 
-// Wide characters as UTF-8; U+FFFD for what is no character.
+// Wide characters as UTF-8; U+FFFD for what is not a character.
 std::string toUtf8(const wchar_t *text);
 
 // A status by the name that the headers give it; null when they give it none.

@@ -74,8 +74,8 @@ constexpr const char *kFooter =
     "  3  the library or the platform refused: standard error names the operation, the file and the status\n\n"
     "Statuses:\n"
     "  EFI_INVALID_PARAMETER    open: the file is damaged, or not of the form that its name says\n"
-    "  EFI_ACCESS_DENIED        no permission, no regular file, or no name for a file of the partition: 1 to 255\n"
-    "                           bytes without '/', not beginning with '.'\n"
+    "  EFI_ACCESS_DENIED        no permission, not a regular file, a file that cannot be looked at, or not a name for\n"
+    "                           a file of the partition: 1 to 255 bytes without '/', not beginning with '.'\n"
     "  EFI_DEVICE_ERROR         not all could be read or written; a full disk, for example\n"
     "  SSIB_STATUS_NO_FILE      write, an XML queue: no permission, or the file cannot be made\n"
     "  EFI_ABORTED              the same, a task list\n"
@@ -105,7 +105,7 @@ struct Arguments {
 std::size_t parseEntryNumber(const std::string &text) {
   const bool isDigits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
   if (!isDigits || text.find_first_not_of('0') == std::string::npos) {
-    throw Stop(Exit::Usage, escaped(text) + " is no number of an entry; the first is 1");
+    throw Stop(Exit::Usage, escaped(text) + " is not a number of an entry; the first is 1");
   }
   std::uint32_t number = 0;
   return parseNumber(text, UINT32_MAX, number) ? number : UINT32_MAX;

@@ -60,7 +60,7 @@ const char *problemInTaskList(const std::string &value) {
 void checkNumber(const Field &field, const std::string &value) {
   std::uint32_t number = 0;
   if (!parseNumber(value, field.largest, number)) {
-    refuseOption(field, escaped(value) + " is no number from 0 to " + std::to_string(field.largest));
+    refuseOption(field, escaped(value) + " is not a number from 0 to " + std::to_string(field.largest));
   }
 }
 

@@ -19,7 +19,7 @@ struct GivenField {
 
 using GivenFields = std::vector<GivenField>;
 
-/** A number of decimal digits, or of hexadecimal ones behind "0x", from 0 to `largest`; false for anything else. */
+/** A number of decimal digits, or of hexadecimal ones after "0x", from 0 to `largest`; false for anything else. */
 bool parseNumber(const std::string &text, std::uint32_t largest, std::uint32_t &number);
 
 /**

@@ -105,7 +105,7 @@ TEST_F(Robust, AWriteAsRootDoesNotLockTheOwnerOut) {
   ASSERT_EQ(chown(base.c_str(), 65534, 65533), 0);
   EXPECT_EQ(lock(0), EFI_SUCCESS);
   EXPECT_EQ(CfgSetAttributeInt("a", 6, 0), 0);
-  for (const mode_t mode : {0600, 0640}) {
+  for (const mode_t mode : {mode_t{0600}, mode_t{0640}}) {
     EXPECT_EQ(write(), EFI_SUCCESS);
     for (const auto &path : {root, partition, queue, attributes, partition / ".lock"}) {
       struct stat status = {};
