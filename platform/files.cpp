@@ -127,7 +127,9 @@ void syncAncestors(const std::string &path) {
 
 Descriptor openDirectory(const std::string &path, int flags) {
   require(S_ISDIR(statusAt(AT_FDCWD, path.c_str()).st_mode), EFI_ACCESS_DENIED);
-  return Descriptor(open(path.c_str(), flags | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  const int opened = open(path.c_str(), flags | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+  require(opened >= 0 || errno != ENOTDIR, EFI_ACCESS_DENIED);  // it has just become a link
+  return Descriptor(opened);
 }
 
 struct stat statusAt(int directory, const char *name) {

@@ -81,8 +81,9 @@ bool Replacement::targetExists() const {
 
 void Replacement::makeFile() {
   std::string path = path_ + '/' + std::string(kPattern);
-  file_ = Descriptor(mkostemp(path.data(), O_CLOEXEC));
-  temporary_ = path.substr(path_.size() + 1);
+  const int opened = mkostemp(path.data(), O_CLOEXEC);
+  if (opened >= 0) temporary_ = path.substr(path_.size() + 1);
+  file_ = Descriptor(opened);
   require(lock(file_, LOCK_EX), EFI_DEVICE_ERROR);
 }
 

@@ -61,10 +61,6 @@ EFI_STATUS forReading(EFI_STATUS status) {
   return status == EFI_SUCCESS || status == EFI_NOT_FOUND ? status : EFI_ACCESS_DENIED;
 }
 
-EFI_STATUS forWriting(EFI_STATUS status) {
-  return status == EFI_NOT_FOUND ? EFI_DEVICE_ERROR : status;
-}
-
 }  // namespace
 }  // namespace vyx::platform
 
@@ -82,7 +78,8 @@ EFI_STATUS varsk_fopen_1(const wchar_t *partition, const wchar_t *fileName, cons
     const std::string path = partitionPath(partition), name = vyx::platform::fileName(fileName);
     *stream = isReading ? openToRead(path, name) : openToWrite(path, name);
   });
-  return isReading ? forReading(status) : forWriting(status);
+  if (isReading) return forReading(status);
+  return status == EFI_NOT_FOUND ? EFI_DEVICE_ERROR : status;
 }
 
 // The stream is closed whatever is returned. What was written counts only when nothing failed, on the stream neither,
