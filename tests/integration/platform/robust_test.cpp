@@ -91,7 +91,7 @@ TEST_F(Robust, NoFileTakesAStandardDescriptor) {
   EXPECT_TRUE(succeeded(startChild([] {
     for (const int number : {0, 1, 2}) close(number);
     FILE *stream = nullptr;
-    VYX_HOST_LOCK *lock = nullptr;
+    static VYX_HOST_LOCK *lock = nullptr;
     const bool done = write() == EFI_SUCCESS && open("r", &stream) == EFI_SUCCESS &&
                       open("w", &stream) == EFI_SUCCESS && CfgSetAttributeInt("a", 6, 0) == 0 &&
                       vyxHostLockPartition(SSIB_PARTITION, 0, &lock) == EFI_SUCCESS &&
