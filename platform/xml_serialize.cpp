@@ -227,7 +227,7 @@ char *Writer::finish() {
     require(!isDoubtful_ || isWellFormed(out_.view(), "ISO-8859-1"), EFI_INVALID_PARAMETER);
     out_.prepend(kSingleByteDeclaration);
   }
-  put({"", 1});
+  put({"\0", 1});
   return out_.release();
 }
 
