@@ -55,8 +55,8 @@ class LibraryTest : public ::testing::Test {
   SSIB2_PRIVATE_DATA &handle = gSSSIB2pvt;
   Platform &host() { return platform(); }
 
-  // Runs something while the nth allocation ("allocation"), the first time all writing ("write"), or else the nth call of
-  // the platform whose record begins with `kind` fails. False when it did not come to an nth.
+  // Runs something while the nth allocation ("allocation"), the first time all writing ("write"), or else the nth
+  // call of the platform whose record begins with `kind` fails. False when it did not come to an nth.
   bool fails(const std::string &kind, std::size_t nth, const std::function<void()> &operation, Answer answer = {});
 
   // Opens a queue on gSSSIB2pvt, expects success and forgets the events.

@@ -121,8 +121,8 @@ TEST_F(Merge, WithoutAServiceForEitherHandleSaysWhich) {
   expectFiles(kXml, "XY", "AB");
 }
 
-// Merges while the nth of a kind fails; false when it did not come to that. Adds the status's low byte and what the files
-// then hold to the outcomes, and what failed to the losses when a job is in neither file.
+// Merges while the nth of a kind fails; false when it did not come to that. Adds the status's low byte and what the
+// files then hold to the outcomes, and what failed to the losses when a job is in neither file.
 bool Merge::seen(const Form &form, std::uint32_t deletes, const std::string &kind, std::size_t nth, Answer answer,
                  Outcomes &outcomes) {
   give(form, "XY", "AB");

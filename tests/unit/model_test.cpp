@@ -1,7 +1,6 @@
-// SPDX-License-Identifier: MIT
-// Random sequences of calls on three handles and four files, each made on the library and on the model of it. A sequence
-// that tells the two apart is cut down to the calls that matter and printed. MODEL_SEQUENCES sets how many are run,
-// MODEL_SEED the first one's seed.
+// SPDX-License-Identifier: MIT Random sequences of calls on three handles and four files, each made on the library
+// and on the model of it. A sequence that tells the two apart is cut down to the calls that matter and printed.
+// MODEL_SEQUENCES sets how many are run, MODEL_SEED the first one's seed.
 #include <algorithm>
 #include <cstdlib>
 
