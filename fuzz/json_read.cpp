@@ -1,23 +1,21 @@
 // SPDX-License-Identifier: MIT
-// Any bytes as a task list: read as the literal reader reads them.
+// Any bytes as a task list: read, and written back, as the literal version does it.
 #include "support.h"
 #include "support/literal_task_list.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  const fuzz::Run run;
-  const std::string text = fuzz::Bytes(data, size).rest();
-  test::platform().setFile(L"a.json", text);
-  SSIB2_PRIVATE_DATA &handle = gSSSIB2pvt;
-  const EFI_STATUS status = iOpenSSIB(&handle, L"a.json");
-  fuzz::checkHandle(handle);
+  fuzz::Run run("a.json", data, size);
+  const SSIB2_PRIVATE_DATA &handle = gSSSIB2pvt;
+  const std::string text = run.file;
+  const EFI_STATUS status = run.open();
   fuzz::require(handle.openCount == 1, "a task list counts as open");
   if (text.empty()) return 0;
-  const test::LiteralOutcome expected = test::literallyRead(text);
-  fuzz::require(status == expected.status, "the status is the literal reader's");
-  fuzz::require(fuzz::lengthOf(handle) == (EFI_ERROR(status) ? 0 : expected.jobs.size()), "so is the length");
-  std::size_t number = 0;
-  for (const SSIB_ENTRY_LIST *element = handle.ssibEntryListHead; element != nullptr; element = element->next) {
-    fuzz::require(test::literalJob(element->entry) == expected.jobs[number++], "and so is each job");
-  }
+  const test::LiteralOutcome read = test::literallyRead(text);
+  fuzz::require(status == read.status, "the status is the literal reader's");
+  if (EFI_ERROR(status)) return 0;
+  fuzz::require(test::literalJobs(handle.ssibEntryListHead) == read.jobs, "and so is the list");
+  const test::LiteralOutcome written = test::literallyWrite(read.jobs, "a.json");
+  fuzz::require(iCloseSSIB(&gSSSIB2pvt) == written.status, "the status is the literal writer's");
+  fuzz::require(run.file == (EFI_ERROR(written.status) ? text : written.bytes), "and so is the file");
   return 0;
 }

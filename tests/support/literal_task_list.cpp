@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "support/literal_task_list.h"
 
-#include <cstdio>
-
 namespace test {
 
 const std::array<TaskKey, 8> kTaskKeys = {{
@@ -20,7 +18,7 @@ namespace {
 
 constexpr std::size_t kNone = std::string::npos;
 const std::string kAttribute = "Calderwick.Embedded.1#CWAttributes.1#PackageCacheUpdateFlag";
-const std::string kAttributeSet = "set " + kAttribute + " 6 0\nAble to Set the attr " + kAttribute + "\n";
+const std::string kAttributeSet = "set " + kAttribute + " 6 0\n|Able to Set the attr " + kAttribute + "\n";
 
 // Where the bracket at `open` is balanced.
 std::size_t balanced(const std::string &text, std::size_t open, char up, char down) {
@@ -48,7 +46,7 @@ LiteralJob readJob(const std::string &text, std::size_t open, std::size_t close,
   LiteralJob job;
   for (std::size_t row = 0; row < kTaskKeys.size(); ++row) {
     job[row] = valueOf(text, open, close, kTaskKeys[row].key);
-    if (job[row]) events.append(kTaskKeys[row].label).append(": ").append(*job[row]).append("\n");
+    if (job[row]) events.append("|").append(kTaskKeys[row].label).append(": ").append(*job[row]).append("\n");
     if (row == 0 && job[0] && job[0]->starts_with("UPDATE")) events += kAttributeSet;
   }
   return job;
@@ -60,12 +58,12 @@ EFI_STATUS readJobs(const std::string &text, std::size_t position, std::size_t a
     if (open == kNone) return EFI_SUCCESS;
     const std::size_t close = balanced(text, open, '{', '}');
     if (close == kNone || close > arrayEnd) {
-      outcome.events += "ERROR: unable to locate end of block\n";
+      outcome.events += "|ERROR: unable to locate end of block\n";
       return EFI_INVALID_PARAMETER;
     }
-    outcome.events += "INFO: found json entry\n";
+    outcome.events += "|INFO: found json entry\n";
     outcome.jobs.push_back(readJob(text, open, close, outcome.events));
-    outcome.events += "INFO: before insert\nINFO: after insert\n";
+    outcome.events += "|INFO: before insert\n|INFO: after insert\n";
     position = close + 1;
   }
 }
@@ -88,28 +86,28 @@ std::vector<LiteralJob> literalJobs(const SSIB_ENTRY_LIST *first) {
 
 LiteralOutcome literallyRead(const std::string &text) {
   const std::string list = text.substr(0, text.find('\0'));
-  LiteralOutcome outcome{EFI_INVALID_PARAMETER, {}, "", "iParseFromJSON: Enter.\n"};
+  LiteralOutcome outcome{EFI_INVALID_PARAMETER, {}, "", "|iParseFromJSON: Enter.\n"};
   const std::size_t array = list.find('[');
   const std::size_t arrayEnd = balanced(list, array, '[', ']');
   if (arrayEnd == kNone) {
-    outcome.events += array == kNone ? "ERROR: invalid parameter 2.\n" : "ERROR: invalid parameter 3.\n";
+    outcome.events += array == kNone ? "|ERROR: invalid parameter 2.\n" : "|ERROR: invalid parameter 3.\n";
     return outcome;
   }
   outcome.status = readJobs(list, array, arrayEnd, outcome);
-  char exit[32];
-  std::snprintf(exit, sizeof(exit), "Exit. %x\n", static_cast<unsigned>(outcome.status));
-  outcome.events += exit;
+  outcome.events += outcome.status == EFI_SUCCESS ? "|Exit. 0\n" : "|Exit. 80000002\n";
   return outcome;
 }
 
 LiteralOutcome literallyWrite(const std::vector<LiteralJob> &jobs, const std::string &fileName) {
   if (jobs.empty()) return {EFI_INVALID_PARAMETER, {}, "", ""};
   LiteralOutcome outcome;
-  outcome.events = "Opening file [" + fileName + "]\nopen VAR025/" + fileName + " w\nWriting entries now ...\n";
+  outcome.events =
+      "|Opening file [" + fileName + "]\nopen VAR025/" + fileName + " w (json)\n|Writing entries now ...\n";
   outcome.bytes = "{\n  \"SMAJob\":\n  [\n";
   for (std::size_t number = 0; number < jobs.size(); ++number) {
     const LiteralJob &job = jobs[number];
-    outcome.events += "Writing JobType [" + job[0].value_or("") + "], ResourceType [" + job[5].value_or("") + "] ...\n";
+    outcome.events +=
+        "|Writing JobType [" + job[0].value_or("") + "], ResourceType [" + job[5].value_or("") + "] ...\n";
     outcome.bytes += "    {\n";
     for (std::size_t row = 0; row < kTaskKeys.size(); ++row) {
       outcome.bytes += std::string("      \"") + kTaskKeys[row].key + "\" : \"" + job[row].value_or("").substr(0, 4095);
@@ -118,7 +116,7 @@ LiteralOutcome literallyWrite(const std::vector<LiteralJob> &jobs, const std::st
     outcome.bytes += number + 1 < jobs.size() ? "    },\n" : "    }\n";
   }
   outcome.bytes += "  ]\n}\n";
-  outcome.events += "Closing [VAR025].\nclose VAR025 w\nReturning EFI_SUCCESS.\n";
+  outcome.events += "|Closing [VAR025].\nclose VAR025 w (json)\n|Returning EFI_SUCCESS.\n";
   return outcome;
 }
 

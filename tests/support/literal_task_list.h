@@ -30,7 +30,7 @@ struct LiteralOutcome {
   EFI_STATUS status = EFI_SUCCESS;
   std::vector<LiteralJob> jobs;  // what was read
   std::string bytes;             // what was written
-  std::string events;            // messages and calls of the platform, a line feed behind each
+  std::string events;            // a transcript of messages and calls of the platform
 };
 
 // Reads a text, which ends at its first NUL, when every attribute can be set.

@@ -173,7 +173,7 @@ ModelRecord::ModelRecord(const ModelJob &job) : strings(2 * job.node.size()), no
 
 bool Model::call(const std::string &record) {
   calls.push_back(record);
-  return fault.nth == 0 || !record.starts_with(fault.prefix) || ++fault.seen != fault.nth;
+  return !record.starts_with(fault.prefix) || ++fault.seen != fault.nth;
 }
 
 void Model::put(const std::string &name, const ModelList &jobs, bool damaged) {
@@ -185,7 +185,7 @@ void Model::put(const std::string &name, const ModelList &jobs, bool damaged) {
 }
 
 EFI_STATUS Model::probe(const std::string &name) {
-  if (!call("open VAR025/" + name + " r")) return fault.answer.status;
+  if (!call("open VAR025/" + name + " r")) return fault.status;
   if (!files.contains(name)) return EFI_NOT_FOUND;
   call("getSize");
   call("close VAR025 r");
@@ -212,12 +212,11 @@ EFI_STATUS Model::load(ModelHandle &handle) {
   const std::string &name = *handle.name;
   const EFI_STATUS probed = probe(name);
   if (probed == EFI_ACCESS_DENIED) return probed;
-  if (probed != EFI_SUCCESS)
-    return handle.isTaskList || call("CreateNode SSIB_INFO") ? EFI_SUCCESS : fault.answer.status;
+  if (probed != EFI_SUCCESS) return handle.isTaskList || call("CreateNode SSIB_INFO") ? EFI_SUCCESS : fault.status;
   if (!call("open VAR025/" + name + " r")) return handle.isTaskList ? EFI_ABORTED : EFI_ACCESS_DENIED;
   const File &file = files[name];
   EFI_STATUS status = file.damaged ? EFI_INVALID_PARAMETER : EFI_SUCCESS;
-  if (!handle.isTaskList && !call("ParseImage")) status = fault.answer.status;
+  if (!handle.isTaskList && !call("ParseImage")) status = fault.status;
   for (const ModelJob &job : status == EFI_SUCCESS ? file.jobs : ModelList()) {
     const bool isUpdate = handle.isTaskList && job.texts[kJobType].value_or("").starts_with("UPDATE");
     if (isUpdate) call("set Calderwick.Embedded.1#CWAttributes.1#PackageCacheUpdateFlag 6 0");

@@ -54,7 +54,7 @@ class Model {
   };
   std::map<std::string, File> files;
   std::vector<std::string> calls;  // what the platform must have been asked for, DeleteTree left out
-  Platform::Fault fault{};
+  Fault fault = {"none"};
   bool failWrites = false;
 
   void put(const std::string &name, const ModelList &jobs, bool damaged = false);

@@ -17,16 +17,11 @@ namespace {
 constexpr const char *kFiles[] = {"Main.ssib", "sub.ssib", "BIOS_task_list.json", "sub.json"};
 constexpr std::uint32_t kHandles = 3;
 
-std::wstring wide(const std::string &name) {
-  return {name.begin(), name.end()};
-}
-
 // The library and the model side by side, on a platform of their own.
 struct World {
   World() {
     resetPlatform();
     for (SSIB2_PRIVATE_DATA &handle : handles) Protocol2Constructor(&handle);
-    blocks = heap::live();
   }
   ~World() {
     for (SSIB2_PRIVATE_DATA &handle : handles) {
@@ -39,17 +34,7 @@ struct World {
   SSIB2_PRIVATE_DATA handles[kHandles] = {};
   ModelHandle modelHandles[kHandles];
   Model model;
-  std::size_t blocks;  // on the heap while no handle holds any
 };
-
-std::size_t blocksOf(const ModelHandle &queue) {
-  std::size_t blocks = queue.name ? 1 : 0;
-  for (const ModelJob &job : queue.jobs) {
-    const auto texts = std::ranges::count_if(job.texts, [](const auto &text) { return text.has_value(); });
-    blocks += 1 + static_cast<std::size_t>(texts) + job.node.size() * 5;  // a node, two strings and their texts
-  }
-  return blocks;
-}
 
 std::string describe(const ModelJob &job) {
   return textOf(ModelRecord(job).entry) + " mask=" + std::to_string(job.fieldMask) +
@@ -74,19 +59,15 @@ std::string difference(const SSIB2_PRIVATE_DATA &handle, const ModelHandle &expe
 }
 
 std::string difference(const World &world) {
-  std::size_t blocks = world.blocks;
   for (std::size_t i = 0; i < kHandles; ++i) {
-    blocks += blocksOf(world.modelHandles[i]);
     const std::string found = difference(world.handles[i], world.modelHandles[i]);
     if (!found.empty()) return "handle " + std::to_string(i) + ": " + found;
   }
-  std::map<std::wstring, std::string> files;
-  for (const auto &[name, file] : world.model.files) files[L"VAR025/" + wide(name)] = file.text;
+  std::map<std::string, std::string> files;
+  for (const auto &[name, file] : world.model.files) files["VAR025/" + name] = file.text;
   if (files != platform().files) return "files";
   std::erase(platform().calls, "DeleteTree");
   if (platform().calls != world.model.calls) return "calls of the platform";
-  if (heap::live() != blocks)
-    return std::to_string(heap::live()) + " live allocations instead of " + std::to_string(blocks);
   return platform().openStreams == 0 ? "" : "an open stream";
 }
 
@@ -100,7 +81,7 @@ struct Call {
   std::vector<ModelJob> jobs;
   std::uint32_t number = 0;  // add location; whether a merge deletes; which of the list's jobs is the key
   std::uint32_t mask = 0;
-  Platform::Fault fault{};
+  Fault fault = {"none"};
   bool failWrites = false;
 };
 
@@ -174,7 +155,7 @@ Result make(World &world, const Call &given) {
   if (kind == "delete the file") return {iDeleteSSIB(handle, name), model.deleteFile(file)};
   if (kind == "merge") return {iMergeToMain(handle, name, deletes), model.merge(file, deletes != 0)};
   model.put(file, {given.jobs.begin(), given.jobs.end()}, given.number % 4 == 0);
-  if (model.files.contains(file)) platform().setFile(name, model.files[file].text);
+  if (model.files.contains(file)) platform().files["VAR025/" + file] = model.files[file].text;
   return {};
 }
 
@@ -183,16 +164,16 @@ std::string describe(const Call &given) {
   std::string text = kind + ": handle " + std::to_string(handle) + ", " + file + ", number " + std::to_string(number) +
                      ", mask " + std::to_string(mask) + (failWrites ? ", writes fail" : "");
   for (const ModelJob &job : jobs) text += "\n      " + describe(job);
-  if (fault.nth == 0) return text;
+  if (fault.prefix == "none") return text;
   return text + "\n      call " + std::to_string(fault.nth) + " of \"" + fault.prefix + "\" answers " +
-         std::to_string(fault.answer.status);
+         std::to_string(fault.status);
 }
 
 // Makes one call; returns what differed, or nothing.
 std::string step(World &world, const Call &given) {
   Platform &host = platform();
   host.forgetEvents();
-  host.faults.assign(given.fault.nth == 0 ? 0 : 1, given.fault);
+  host.fault = given.fault;
   host.failWrites = world.model.failWrites = given.failWrites;
   world.model.calls.clear();
   world.model.fault = given.fault;
@@ -233,7 +214,7 @@ ModelJob someJob(Random &random) {
   static const std::uint32_t limits[] = {~0U, 1, 0xFFFF, 0xFF, 0xFF, ~0U, ~0U, 0xFFFF};
   static const std::string texts[] = {"a", "b", "", "UPDATE", "UPDATES", " a <&> b "};
   static const std::size_t counted[] = {64, 256, 256, 16, 256, 16, 256, 256, 256, 256, 256};
-  static const std::string commands[] = {"", "a", "\"", "\"cut", "\"cut\"", "\"\"cut\"\"", "a <&> b", "\x01"};
+  static const std::string commands[] = {"", "a", "\"", "\"a", "\"cut", "\"cut\"", "\"\"cut\"\"", "a <&> b", "\x01"};
   const bool isCommon = random.oneIn(2);
   ModelJob made;
   for (std::size_t i = 0; i < made.numbers.size(); ++i)
@@ -251,11 +232,11 @@ ModelJob someJob(Random &random) {
   return made;
 }
 
-Platform::Fault someFault(Random &random) {
+Fault someFault(Random &random) {
   static const char *const prefixes[] = {
       "open", "open", "open VAR025/Main.ssib w", "close", "CreateNode", "SerializeTree", "ParseImage", "delete"};
   static const EFI_STATUS statuses[] = {EFI_ACCESS_DENIED, EFI_DEVICE_ERROR, EFI_NOT_FOUND};
-  return {random.of(prefixes), 1 + random.below(6), {random.of(statuses), false}, 0};
+  return {random.of(prefixes), 1 + random.below(6), random.of(statuses)};
 }
 
 Sequence someSequence(Random random) {
