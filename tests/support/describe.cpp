@@ -92,7 +92,7 @@ Job::Job(char name) : SSIB_ENTRY{} {
 }
 
 std::string fileOf(const std::string &name, const std::string &jobs) {
-  if (jobs == "?") return "neither form";
+  if (jobs.starts_with('<')) return jobs;
   return isTaskList(name) ? taskListOf(jobs) : xmlFileOf(jobs);
 }
 
@@ -112,14 +112,20 @@ XML_NODE *treeOf(const std::string &document) {
   return root;
 }
 
+std::string textOf(const XML_STRING *string) {
+  if (string == nullptr) return "";
+  return string->text == nullptr ? "~" : string->text;
+}
+
 std::string textOf(const XML_NODE *node) {
-  if (node == nullptr) return "";
-  XML_STRING *image = nullptr;
-  if (EFI_ERROR(vyx::platform::xmlService()->SerializeTree(vyx::platform::xmlService(), node, 1, &image))) return "<?>";
-  std::string text = image->text;
-  std::free(image->text);
-  std::free(image);
-  std::erase(text, '\n');
+  std::string text;
+  for (; node != nullptr; node = node->nextSibling) {
+    text += "<" + textOf(node->name);
+    for (const XML_ATTRIBUTE *attribute = node->attributes; attribute != nullptr; attribute = attribute->next)
+      text += " " + textOf(attribute->name) + "=\"" + textOf(attribute->value) + "\"";
+    const std::string inside = textOf(node->value) + textOf(node->firstChild);
+    text += inside.empty() ? "/>" : ">" + inside + "</" + textOf(node->name) + ">";
+  }
   return text;
 }
 

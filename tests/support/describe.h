@@ -15,13 +15,14 @@ struct Job : SSIB_ENTRY {
   explicit Job(char name = '-');
 };
 
-// The file that a flush of these jobs writes, in the form of its name. "?" is a file of neither form.
+// The file that a flush of these jobs writes, in the form of its name. What begins with "<" is the file itself.
 std::string fileOf(const std::string &name, const std::string &jobs);
 
 // All files of the platform, as in " | Main.ssib=ab": the jobs, when a flush of jobs has written it, or the whole text.
 std::string textOfFiles();
 
-// The tree of a document that is well-formed; the caller's. And back, a chain of them without line feeds; "" for null.
+// The tree of a document that is well-formed; the caller's. And back, a chain of them: nothing stands for a string that is
+// missing, "~" for one without a text.
 XML_NODE *treeOf(const std::string &document);
 std::string textOf(const XML_NODE *node);
 

@@ -119,7 +119,7 @@ bool LibraryTest::arrange(const Words &step) {
   } else if (step[0] == "fail") {
     fault_ = {word(1) == "any" ? "" : word(1), step.size() < 3 ? 1 : number(2, 10)};
     if (step.size() > 3) fault_.status = static_cast<EFI_STATUS>(number(3, 16));
-    fault_.withResult = word(4) == "handed";
+    fault_.result = word(4);
   } else {
     return false;
   }

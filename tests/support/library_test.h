@@ -34,8 +34,8 @@ class LibraryTest : public ::testing::Test {
   //   mode NUMBER, cursor, priority NUMBER   the handle's mode; its cursor on the head; the priority of the head
   //   partition NAME      of sVarskPartition
   //   size NUMBER         what getSize answers from now on
-  //   fail KIND [NTH [STATUS [handed]]]   during the next call the nth allocation, or platform call whose record begins
-  //                       with KIND ("any" for each), or all writing ("write") fails
+  //   fail KIND [NTH [STATUS [RESULT]]]   during the next call the nth allocation, or platform call whose record begins
+  //                       with KIND ("any" for each), or all writing ("write") fails (see Fault)
   //   open NAME  close  flush  flush-json  get  peek  delete-file NAME  merge NAME DELETES  parse TEXT
   //   add JOBS LOCATION MASK  delete JOB  remove JOB  compare JOB JOB  replace JOB JOB  init   a JOB "0" is null; "own" is
   //                       the handle's file name itself

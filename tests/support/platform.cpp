@@ -6,8 +6,10 @@
 #include <cstring>
 #include <memory>
 #include <type_traits>
+#include <utility>
 
 #include "platform/xml_service.h"
+#include "support/heap.h"
 
 namespace test {
 
@@ -40,8 +42,8 @@ std::optional<Fault> record(const std::string &call, const std::string &owedTrac
   platform().calls.push_back(call);
   note(call, owedTrace);
   std::optional<Fault> &fault = platform().fault;
-  if (!fault || !call.starts_with(fault->prefix) || ++fault->seen != fault->nth) return {};
-  return fault;
+  if (!fault || !call.starts_with(fault->prefix)) return {};
+  return ++fault->seen == fault->nth || fault->nth == 0 ? fault : std::nullopt;
 }
 
 // Formats in the manner of printf, and "%r" as 0x with eight digits. Other formats the services need not understand.
@@ -74,7 +76,7 @@ EFI_STATUS ask(const std::string &call,
                EFI_STATUS (*XML_SERVICE_PROTOCOL::*operation)(XML_SERVICE_PROTOCOL *, Values...),
                std::type_identity_t<Values>... values) {
   const auto fault = record(call);
-  if (fault && !fault->withResult) return fault->status;
+  if (fault && fault->result.empty()) return fault->status;
   XML_SERVICE_PROTOCOL *service = vyx::platform::xmlService();
   const EFI_STATUS status = (service->*operation)(service, values...);
   return fault ? fault->status : status;
@@ -86,7 +88,9 @@ EFI_STATUS parseImage(XML_SERVICE_PROTOCOL *, const XML_STRING *image, XML_NODE 
 
 EFI_STATUS serializeTree(XML_SERVICE_PROTOCOL *, const XML_NODE *root, std::uint32_t flag, XML_STRING **image) {
   const char *call = flag == 1 ? "SerializeTree" : "SerializeTree with another flag";
-  return ask(call, &XML_SERVICE_PROTOCOL::SerializeTree, root, flag, image);
+  const EFI_STATUS status = ask(call, &XML_SERVICE_PROTOCOL::SerializeTree, root, flag, image);
+  if (platform().fault && platform().fault->result == "textless") std::free(std::exchange((*image)->text, nullptr));
+  return status;
 }
 
 EFI_STATUS createNode(XML_SERVICE_PROTOCOL *, const XML_STRING *name, XML_NODE **node) {
@@ -174,6 +178,7 @@ EFI_STATUS getProtocolInstanceByGuid(const EFI_GUID *guid, std::uint32_t *count,
   if (is(gQuorDebugGUID) && platform().hasDebugLog) instance = &debugLog;
   if (instance == nullptr) return EFI_SUCCESS;
   *count = 1;
+  if (!platform().hasArray) return EFI_SUCCESS;
   *instances = static_cast<void **>(std::malloc(sizeof(void *)));
   if (*instances == nullptr) return EFI_OUT_OF_RESOURCES;
   **instances = instance;
@@ -185,7 +190,7 @@ EFI_STATUS varsk_fopen_1(const wchar_t *partition, const wchar_t *fileName, cons
   const std::string key = narrow(partition) + "/" + narrow(fileName);
   const auto fault = record("open " + key + " " + mode, "Calling varsk_fopen() with partition:" + narrow(partition) +
                                                             " fileName:" + narrow(fileName) + " and mode:" + mode);
-  if (fault && !fault->withResult) return fault->status;
+  if (fault && fault->result.empty()) return fault->status;
   const bool writing = std::strcmp(mode, "w") == 0;
   if (!writing && !platform().files.contains(key)) return EFI_NOT_FOUND;
   std::unique_ptr<Stream> stream(new Stream{key, writing ? "" : platform().files[key]});
@@ -201,6 +206,8 @@ EFI_STATUS varsk_fclose_1(const wchar_t *partition, FILE *file, const char *mode
   const std::unique_ptr<Stream> stream = std::move(openStreams.at(file));
   openStreams.erase(file);
   --platform().openStreams;
+  platform().blocksAtClose = heap::live();
+  platform().isNamedAtClose = gSSSIB2pvt.ssibFileName != nullptr;
   const bool failed = std::ferror(file) != 0;
   const bool failedLate = std::fclose(file) != 0;
   if (fault) return fault->status;

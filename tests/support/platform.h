@@ -14,12 +14,13 @@
 
 namespace test {
 
-// A platform call that does not do its work: the nth (from 1) whose record begins with the prefix.
+// A platform call that does not do its work: the nth (from 1; 0: each) whose record begins with the prefix.
 struct Fault {
   std::string prefix;
   std::size_t nth = 1;
   EFI_STATUS status = EFI_DEVICE_ERROR;
-  bool withResult = false;  // the stream (the tree, the image) is handed out all the same
+  std::string result =
+      {};  // "handed": the stream (the tree, the image) all the same; "textless": an image without a text
   std::size_t seen = 0;
 };
 
@@ -34,8 +35,11 @@ struct Platform {
   std::vector<std::string> events;
   std::set<std::string> callSites;  // "ssib_if2_backend:51", of the trace
   std::string owedTrace;            // the rest of the trace line that has to come next
+  std::size_t blocksAtClose = 0;    // on the heap when the last stream was closed
+  bool isNamedAtClose = false;      // whether the handle still had its file name then
 
-  bool hasXmlService = true, hasDebugLog = true;
+  bool hasXmlService = true, hasDebugLog = true,
+       hasArray = true;                        // without: a service is announced, but not handed out
   EFI_STATUS locateStatus = EFI_SUCCESS;       // of getProtocolInstanceByGuid
   std::optional<std::uint32_t> announcedSize;  // what getSize answers instead of the truth
   bool failWrites = false;                     // streams opened with "w" refuse every byte

@@ -148,6 +148,8 @@ TEST_F(Compare, ReportsWhatItFound) {
           {"same extra content", "compare n n", kXml + "SerializeTree\nSerializeTree\n= 0\n0\n"},
           {"no first text", "fail Serialize; compare n n", kXml + "SerializeTree\n= ffffffff\n0\n"},
           {"no second text", "fail Serialize 2; compare n n", kXml + "SerializeTree\nSerializeTree\n= ffffffff\n0\n"},
+          {"no texts, no failure", "fail Serialize 0 0; compare n n", kXml + "SerializeTree\n= ffffffff\n0\n"},
+          {"empty images", "fail Serialize 0 0 textless; compare n n", kXml + "SerializeTree\n= ffffffff\n0\n"},
           {"no service", "service off; compare n n", kXml + "= ffffffff\n0 CHANGED\n"},
           {"same task", "mode 1; compare a a", kTaskList + "|Entries match.\n= 0\n0 mode 1\n"},
           {"other task", "mode 1; compare u v",
@@ -206,9 +208,9 @@ TEST_F(Replace, PutsACopyInTheEntrysPlace) {
            kNoMemory + "1 Main.ssib [" + kFullNumbers + " priority=5]" + kJobB + "\n"},
           {"no memory for the last text", "fail allocation 11; replace a F",
            kNoMemory + "1 Main.ssib [" + kFullNumbers + " Cmd_Line=F Display_Name=F priority=5]" + kJobB + "\n"},
-          {"no memory for the extra content", "fail allocation 15; replace a F",
-           kNoMemory + "1 Main.ssib [" + kFullNumbers + " Cmd_Line=F Display_Name=F Target_Version=v priority=5]" +
-               kJobB + "\n"},
+          {"no texts to compare", "add o; fail Serialize 0 0; replace o F",
+           "= 0\niReplaceSSIBEntry|Entered\niReplaceSSIBEntry|Exit. 0x8000000e\n= 8000000e\n1 Main.ssib " + kJobA +
+               kJobB + "[ Timeout=600 Display_Name=o Node=<o/> priority=5]\n"},
       },
       "open Main.ssib; add ab", "iReplaceSSIBEntry|");
 }

@@ -61,6 +61,9 @@ TEST_F(Json, TheExampleIsReadAndWrittenByteForByte) {
   host().files["VAR025/a.json"] = "";
   outcome("flush");
   EXPECT_EQ(host().files["VAR025/a.json"], kExample);
+  EXPECT_EQ(ssib::jsonWriter(stdout, "a flush left half-way"), EFI_SUCCESS);
+  outcome("flush");
+  EXPECT_EQ(host().files["VAR025/a.json"], kExample);
 }
 
 TEST_F(Json, ReaderAndWriterReportToTheHandleAllElseToTheLibrary) {

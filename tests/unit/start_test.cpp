@@ -30,18 +30,20 @@ TEST_F(Start, NeedsTheXmlServiceButNoDebugLog) {
   const std::string failed = "|vyxSSIB2LinuxInit- done with status=-2147483634. \\n\n= 80000015\n0\n";
   const struct {
     const char *label;
-    bool hasXmlService, hasDebugLog;
+    bool hasXmlService, hasDebugLog, hasArray;
     EFI_STATUS locateStatus;
     const char *error;
     std::string transcript;
   } rows[] = {
-      {"no XML service", false, true, EFI_SUCCESS, "NO protocol loaded for GUID!\n", failed},
-      {"search failed", true, true, EFI_DEVICE_ERROR, "Couldn't load Libray for GUID!\n", failed},
-      {"no debug log", true, false, EFI_SUCCESS, "NO protocol loaded for GUID!\n", "= 0\n0 CHANGED\n"},
+      {"no XML service", false, true, true, EFI_SUCCESS, "NO protocol loaded for GUID!\n", failed},
+      {"no array", true, true, false, EFI_SUCCESS, "NO protocol loaded for GUID!\n", failed},
+      {"search failed", true, true, true, EFI_DEVICE_ERROR, "Couldn't load Libray for GUID!\n", failed},
+      {"no debug log", true, false, true, EFI_SUCCESS, "NO protocol loaded for GUID!\n", "= 0\n0 CHANGED\n"},
   };
   for (const auto &row : rows) {
     host().hasXmlService = row.hasXmlService;
     host().hasDebugLog = row.hasDebugLog;
+    host().hasArray = row.hasArray;
     host().locateStatus = row.locateStatus;
     CaptureStderr();
     EXPECT_EQ(play("init"), row.transcript) << row.label;
