@@ -2,7 +2,6 @@
 #include "support/describe.h"
 
 #include <cstdlib>
-#include <vector>
 
 #include "platform/xml_service.h"
 #include "support/literal_task_list.h"
@@ -45,9 +44,9 @@ std::string xmlFileOf(const std::string &jobs) {
 }
 
 std::string taskListOf(const std::string &jobs) {
-  std::vector<LiteralJob> list;
+  LiteralList list;
   for (const char job : jobs) list.push_back(literalJob(Job(job)));
-  return literallyWrite(list, "").bytes;
+  return literallyWrite(list);
 }
 
 bool isTaskList(const std::string &name) {

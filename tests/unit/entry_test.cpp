@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Getting, adding, deleting, comparing and replacing entries: the copies that change hands, what is reported, and what is
-// refused, by the other operations too. Where entries go, which match and where the cursor stands is compared with the
-// model.
+// refused, by the other operations too.
+#include "ssib_if2_backend/list.h"
 #include "support/library_test.h"
 
 namespace test {
@@ -113,6 +113,12 @@ TEST_F(Add, KeepsACopyOfEverythingAtThePlaceOfItsPriority) {
       "open Main.ssib; add a");
 }
 
+TEST_F(Add, EqualPrioritiesKeepTheirOrder) {
+  const std::string found =
+      outcome("open Main.ssib; add a 5; add b 4; add c 4; add d 1; add e 2; add fg 2; add h 1; flush");
+  EXPECT_EQ(found.substr(found.find(" | ")), " | Main.ssib=dhefgbca");
+}
+
 TEST_F(Delete, TakesTheFirstMatchAndRemovingWritesTheFile) {
   expectDialogues(
       {
@@ -133,6 +139,8 @@ TEST_F(Delete, TakesTheFirstMatchAndRemovingWritesTheFile) {
                "-2147483646.\n= 80000002\n1 Main.ssib >[ Cmd_Line=a][ Cmd_Line=b][ Cmd_Line=a] | Main.ssib=aba\n"},
       },
       "file Main.ssib aba; open Main.ssib");
+  host() = Platform();
+  EXPECT_EQ(outcome("open Main.ssib; add a 1; add a 5; delete a"), "0; 1 Main.ssib " + kJobA);
 }
 
 TEST_F(Compare, ReportsWhatItFound) {
@@ -158,27 +166,87 @@ TEST_F(Compare, ReportsWhatItFound) {
       "service on");
 }
 
-TEST_F(Compare, TextsCountToTheirLastByte) {
+// The questions: deleting from an XML queue, comparing in one, deleting from a task list, comparing in one.
+class Rules : public LibraryTest {
+ protected:
+  bool agree(std::size_t question, Job element, Job key, std::uint32_t mask) {
+    handle.mode = question < 2 ? SSIB_MODE_DEFAULT : SSIB_MODE_BIOS_SMA;
+    if (question % 2 == 1) return SSIBEntryCmp(&handle, &element, &key) == 0;
+    SSIB_ENTRY *entries[] = {&element};
+    EXPECT_EQ(iAddToSSIBQueue(&handle, 1, entries, mask, SSIB_ADD_APPEND_LO), EFI_SUCCESS);
+    const bool isFound = iDeleteSSIBEntry(&handle, &key) == EFI_SUCCESS;
+    ssib::freeListOf(handle);
+    return isFound;
+  }
+};
+
+// The answers when the texts differ in their last byte that counts, when they differ after it, when the element has none,
+// when the key has none, and when neither has one.
+constexpr const char *kAny = "11111", *kBoth = "01000", *kSame = "01001", *kWhere = "01111";
+
+TEST_F(Rules, OfTextsHoldForEachQuestion) {
   const struct {
     SSIB_TEXT SSIB_ENTRY::*member;
     std::size_t counted;
-    std::uint32_t inTaskList;
-  } rows[] = {{&SSIB_ENTRY::Job_ID, 64, 0},         {&SSIB_ENTRY::Cmd_Line, 256, 0},
-              {&SSIB_ENTRY::Task_Name, 256, 0},     {&SSIB_ENTRY::LU_Category, 16, 0},
-              {&SSIB_ENTRY::Display_Name, 256, 1},  {&SSIB_ENTRY::Job_Type, 16, 1},
-              {&SSIB_ENTRY::FQDD, 256, 1},          {&SSIB_ENTRY::Resource_URI, 256, 0},
-              {&SSIB_ENTRY::Resource_Type, 256, 0}, {&SSIB_ENTRY::Resource_Namespace, 256, 1},
-              {&SSIB_ENTRY::Target_Version, 256, 0}};
+    const char *answers[4];
+  } rows[] = {
+      {&SSIB_ENTRY::Job_ID, 64, {kBoth, kSame, kAny, kAny}},
+      {&SSIB_ENTRY::Cmd_Line, 256, {kBoth, kSame, kAny, kAny}},
+      {&SSIB_ENTRY::Task_Name, 256, {kBoth, kSame, kAny, kAny}},
+      {&SSIB_ENTRY::LU_Category, 16, {kBoth, kSame, kAny, kAny}},
+      {&SSIB_ENTRY::Display_Name, 256, {kAny, kWhere, kBoth, kWhere}},
+      {&SSIB_ENTRY::Job_Type, 16, {kAny, kWhere, kBoth, kWhere}},
+      {&SSIB_ENTRY::FQDD, 256, {kAny, kWhere, kBoth, kWhere}},
+      {&SSIB_ENTRY::Resource_URI, 256, {kAny, kWhere, kBoth, kAny}},
+      {&SSIB_ENTRY::Resource_Type, 256, {kAny, kWhere, kBoth, kAny}},
+      {&SSIB_ENTRY::Resource_Namespace, 256, {kAny, kWhere, kBoth, kWhere}},
+      {&SSIB_ENTRY::Target_Version, 256, {kAny, kWhere, kAny, kAny}},
+  };
   for (const auto &row : rows) {
     const std::string same(row.counted - 1, 'x');
     std::string a = same + "ac", b = same + "bc", beyond = same + "ad";
-    Job one, other, longer;
-    one.*row.member = a.data(), other.*row.member = b.data(), longer.*row.member = beyond.data();
-    for (const bool isTaskList : {false, true}) {
-      handle.mode = isTaskList ? 1 : 0;
-      EXPECT_EQ(SSIBEntryCmp(&handle, &one, &other), isTaskList ? row.inTaskList : 1U) << "row " << &row - rows;
-      EXPECT_EQ(SSIBEntryCmp(&handle, &one, &longer), 0U) << "row " << &row - rows;
+    char *const pairs[][2] = {
+        {a.data(), b.data()}, {a.data(), beyond.data()}, {nullptr, a.data()}, {a.data(), nullptr}, {}};
+    for (std::size_t question = 0; question < 4; ++question) {
+      std::string found;
+      for (const auto &[one, other] : pairs) {
+        Job element('F'), key('F');
+        element.Node = key.Node = nullptr, key.Timeout = SSIB_DEFAULT_TIMEOUT;
+        element.Timeout = SSIB_DEFAULT_TIMEOUT, element.*row.member = one, key.*row.member = other;
+        found += agree(question, element, key, UINT32_MAX) ? "1" : "0";
+      }
+      EXPECT_EQ(found, row.answers[question]) << "row " << &row - rows << ", question " << question;
     }
+  }
+}
+
+TEST_F(Rules, OfNumbersAndOfTheMaskHoldForEachQuestion) {
+  const struct {
+    const char *label;
+    void (*change)(SSIB_ENTRY &);
+    std::uint32_t bit;
+    const char *answers;  // when it differs
+  } rows[] = {
+      {"Version", [](SSIB_ENTRY &entry) { entry.Version += 0x1000000; }, 0, "0011"},
+      {"mode", [](SSIB_ENTRY &entry) { ++entry.mode; }, 0, "1001"},
+      {"Block_ID", [](SSIB_ENTRY &entry) { entry.Block_ID ^= 0x100; }, 0, "0011"},
+      {"RB_Type", [](SSIB_ENTRY &entry) { ++entry.RB_Type; }, SSIB_FIELD_RB_TYPE, "0011"},
+      {"RB_Req", [](SSIB_ENTRY &entry) { ++entry.RB_Req; }, SSIB_FIELD_RB_REQ, "0011"},
+      {"Timeout", [](SSIB_ENTRY &entry) { ++entry.Timeout; }, SSIB_FIELD_TIMEOUT, "0011"},
+      {"Rtn_Code", [](SSIB_ENTRY &entry) { ++entry.Rtn_Code; }, SSIB_FIELD_RTN_CODE, "0011"},
+      {"RT_Count", [](SSIB_ENTRY &entry) { ++entry.RT_Count; }, SSIB_FIELD_RT_COUNT, "1011"},
+      {"Job_ID", [](SSIB_ENTRY &entry) { entry.Job_ID = nullptr; }, SSIB_FIELD_JOB_ID, "0011"},
+  };
+  for (const auto &[label, change, bit, answers] : rows) {
+    Job element('F'), key('F');
+    element.Timeout = key.Timeout = SSIB_DEFAULT_TIMEOUT;
+    const Job same = key;
+    change(key);
+    for (std::size_t question = 0; question < 4; ++question) {
+      EXPECT_TRUE(agree(question, element, same, UINT32_MAX)) << label << question;
+      EXPECT_EQ(agree(question, element, key, bit), answers[question] == '1') << label << question;
+    }
+    EXPECT_EQ(agree(0, element, key, ~bit), bit != 0 || answers[0] == '1') << label;
   }
 }
 
@@ -215,7 +283,7 @@ TEST_F(Replace, PutsACopyInTheEntrysPlace) {
       "open Main.ssib; add ab", "iReplaceSSIBEntry|");
 }
 
-TEST_F(Arguments, BadOnesAreRefusedSilentlyAndChangeNothing) {
+TEST_F(Arguments, BadOnesAreRefusedAndChangeNothing) {
   const std::string before = outcome("file Main.ssib a; open Main.ssib");
   SSIB2_PRIVATE_DATA serviceless = handle;
   serviceless.XMLProto = nullptr;
@@ -224,38 +292,30 @@ TEST_F(Arguments, BadOnesAreRefusedSilentlyAndChangeNothing) {
   SSIB_ENTRY *good[] = {&job, &job}, *holed[] = {&job, nullptr};
   host().forgetEvents();
   const std::vector<EFI_STATUS> rows[] = {
-      {FindAProtocol(nullptr, &instance), FindAProtocol(&gQuorDebugGUID, nullptr)},
+      {FindAProtocol(nullptr, &instance), FindAProtocol(&gQuorDebugGUID, nullptr), iCloseSSIB(nullptr)},
       {Protocol2Constructor(nullptr), Protocol2Destructor(nullptr), iParseFromJSON(nullptr, "[]")},
-      {iOpenSSIB(nullptr, L"Main.ssib"), iOpenSSIB(&handle, nullptr), iCloseSSIB(nullptr)},
+      {iOpenSSIB(nullptr, L"Main.ssib"), iOpenSSIB(&handle, nullptr), iDeleteSSIBEntry(nullptr, &key)},
       {iGetSSIBNextEntry(nullptr, &job), iGetSSIBNextEntry(&handle, nullptr), iGetSSIBNextEntry(&serviceless, &job)},
       {iPeekSSIBNextEntry(nullptr, &job), iPeekSSIBNextEntry(&handle, nullptr), iPeekSSIBNextEntry(&serviceless, &job)},
       {iAddToSSIBQueue(nullptr, 2, good, 0, 1), iAddToSSIBQueue(&serviceless, 2, good, 0, 1)},
       {iAddToSSIBQueue(&handle, 2, nullptr, 0, 1), iAddToSSIBQueue(&handle, 2, holed, 0, 1)},
       {iAddToSSIBQueue(&handle, 2, good, 0, 0), iAddToSSIBQueue(&handle, 2, good, 0, 3)},
-      {iAddToSSIBQueue(&handle, 2, good, 0, 6), iDeleteSSIBEntry(nullptr, &key)}};
+      {iAddToSSIBQueue(&handle, 2, good, 0, 6), iFlushToJSON(nullptr), iFlushSSIBQueue(nullptr)},
+      {iDeleteSSIB(nullptr, L"Main.ssib"), iDeleteSSIB(&handle, nullptr), iReplaceSSIBEntry(nullptr, &key, &key)},
+      {iMergeToMain(nullptr, L"sub.ssib", 0), iMergeToMain(&handle, nullptr, 0)}};
   for (const auto &row : rows)
     EXPECT_EQ(row, std::vector<EFI_STATUS>(row.size(), EFI_INVALID_PARAMETER)) << "row " << &row - rows;
-  EXPECT_EQ(host().transcript() + textOf(job), "");
+  const std::string deleting = "iDeleteSSIB|Entered iDeleteSSIB\\n\niDeleteSSIB|Exit. 0x80000002\n";
+  const std::string merging = "iMergeToMain|Entered\niMergeToMain|Exit. 0x80000002\n";
+  EXPECT_EQ(host().transcript(), "|SSIB2 is null\n" + deleting + deleting +
+                                     "iReplaceSSIBEntry|Entered\niReplaceSSIBEntry|Exit. 0x80000002\n" + merging +
+                                     merging);
+  EXPECT_EQ(textOf(job), "");
   EXPECT_EQ("0; " + state(), before);
   EXPECT_EQ(instance, &handle);
   EXPECT_EQ(iAddToSSIBQueue(&handle, 0, nullptr, 0, 5), EFI_SUCCESS);
-}
-
-TEST_F(Arguments, NullIsRefusedWithAMessage) {
-  const Job key('a');
-  EXPECT_EQ(iDeleteSSIB(nullptr, L"Main.ssib"), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(iDeleteSSIB(&handle, nullptr), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(iMergeToMain(nullptr, L"sub.ssib", 0), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(iMergeToMain(&handle, nullptr, 0), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(iReplaceSSIBEntry(nullptr, &key, &key), EFI_INVALID_PARAMETER);
   EXPECT_EQ(SSIBEntryCmp(nullptr, nullptr, nullptr), 0U);
   EXPECT_EQ(SSIBEntryCmp(nullptr, &key, &key), 1U);
-  const std::string deleting = "iDeleteSSIB|Entered iDeleteSSIB\\n\niDeleteSSIB|Exit. 0x80000002\n";
-  const std::string merging = "iMergeToMain|Entered\niMergeToMain|Exit. 0x80000002\n";
-  EXPECT_EQ(host().transcript(), deleting + deleting + merging + merging +
-                                     "iReplaceSSIBEntry|Entered\niReplaceSSIBEntry|Exit. 0x80000002\n" + kEnter +
-                                     "|Both entries are NULL. Returning 0.\n" + kEnter +
-                                     "|Entries don't match as their modes are different.\n");
 }
 
 }  // namespace

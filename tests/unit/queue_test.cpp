@@ -251,10 +251,7 @@ TEST_F(Flush, ATaskListTakesTheseSteps) {
       "file a.json; open a.json; add abc");
 }
 
-TEST_F(Flush, NeedsAHandleANameATextAndForATaskListAJob) {
-  EXPECT_EQ(iFlushSSIBQueue(nullptr), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(iFlushToJSON(nullptr), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(host().transcript(), "|SSIB2 is null\n");
+TEST_F(Flush, NeedsANameAndForATaskListAJob) {
   const std::string nameless = "|iFlushSSIBQueue  SSIB2->ssibFileName is null. Returning with error\n";
   EXPECT_EQ(play("flush"), kCalled + nameless + "= 300004\n0\n");
   outcome("open a.json");
@@ -350,6 +347,8 @@ TEST_F(Merge, PutsTheEntriesAfterThoseOfTheMainQueue) {
            "= 8000000e\n0 | sub.ssib=ab\n"},
       },
       "service on", "iMergeToMain|");
+  outcome("file Main.ssib x; file sub.ssib a; merge sub.ssib 1");
+  EXPECT_EQ(host().calls.back(), "close VAR025 w") << "the main queue is written after the sub-queue's file is deleted";
 }
 
 }  // namespace
