@@ -6,7 +6,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   fuzz::Run run("a.json", data, size);
   const SSIB2_PRIVATE_DATA &handle = gSSSIB2pvt;
-  const std::string text = run.file;
+  const std::string text = *run.file;
   const EFI_STATUS status = run.open();
   fuzz::require(handle.openCount == 1, "a task list counts as open");
   if (text.empty()) return 0;
@@ -16,6 +16,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   fuzz::require(test::literalList(handle.ssibEntryListHead) == jobs, "and so is the list");
   const EFI_STATUS written = iCloseSSIB(&gSSSIB2pvt);
   fuzz::require(written == (jobs.empty() ? EFI_INVALID_PARAMETER : EFI_SUCCESS), "a list without jobs is not written");
-  fuzz::require(run.file == (jobs.empty() ? text : test::literallyWrite(jobs)), "the file is the literal writer's");
+  fuzz::require(*run.file == (jobs.empty() ? text : test::literallyWrite(jobs)), "the file is the literal writer's");
   return 0;
 }
