@@ -2,6 +2,7 @@
 #include "support/describe.h"
 
 #include <cstdlib>
+#include <regex>
 
 #include "platform/xml_service.h"
 #include "support/literal_task_list.h"
@@ -143,12 +144,17 @@ std::string textOf(const SSIB_ENTRY &entry) {
 }
 
 std::string textOf(const SSIB_ENTRY_LIST *first, const SSIB_ENTRY_LIST *cursor) {
+  static const std::regex read("(?: Cmd_Line| Display_Name)=(.)");
+  static const std::regex added(" Timeout=600 Cmd_Line=(.) Display_Name=\\1 priority=([0-9])");
   std::string text;
   for (const SSIB_ENTRY_LIST *element = first; element != nullptr; element = element->next) {
-    text += (element == cursor ? ">[" : "[") + textOf(element->entry);
-    put(text, "mask", element->fieldMask);
-    if (element->priority != 3) put(text, "priority", element->priority);
-    text += "]";
+    std::string job = textOf(element->entry);
+    put(job, "mask", element->fieldMask);
+    if (element->priority != 3) put(job, "priority", element->priority);
+    std::smatch found;
+    if (job.size() < 80 && (std::regex_match(job, found, read) || std::regex_match(job, found, added)))
+      job = found.format("$1$2");
+    text.append(element == cursor ? ">[" : "[").append(job).append("]");
   }
   return text;
 }

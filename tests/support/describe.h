@@ -31,7 +31,7 @@ std::string textOf(const XML_NODE *node);
 std::string textOf(const SSIB_ENTRY &entry);
 
 // The elements of a list, the one under the cursor marked: "[ Version=1 mask=4]>[ Cmd_Line=a priority=1]". Priority 3 is
-// left out.
+// left out. "[a]" is job 'a' as it was read from a file, "[a5]" as it was added without a mask, at priority 5.
 std::string textOf(const SSIB_ENTRY_LIST *first, const SSIB_ENTRY_LIST *cursor = nullptr);
 
 }  // namespace test

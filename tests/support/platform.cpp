@@ -6,7 +6,6 @@
 #include <cstring>
 #include <memory>
 #include <type_traits>
-#include <utility>
 
 #include "platform/xml_service.h"
 #include "support/heap.h"
@@ -89,7 +88,10 @@ EFI_STATUS parseImage(XML_SERVICE_PROTOCOL *, const XML_STRING *image, XML_NODE 
 EFI_STATUS serializeTree(XML_SERVICE_PROTOCOL *, const XML_NODE *root, std::uint32_t flag, XML_STRING **image) {
   const char *call = flag == 1 ? "SerializeTree" : "SerializeTree with another flag";
   const EFI_STATUS status = ask(call, &XML_SERVICE_PROTOCOL::SerializeTree, root, flag, image);
-  if (platform().fault && platform().fault->result == "textless") std::free(std::exchange((*image)->text, nullptr));
+  if (platform().fault && platform().fault->result == "textless") {
+    std::free((*image)->text);
+    (*image)->text = nullptr;
+  }
   return status;
 }
 

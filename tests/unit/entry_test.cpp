@@ -19,17 +19,16 @@ const std::string kFull =
     "Display_Name=F Target_Version=v Node=<n x=\"1\">t<m/></n>";
 const std::string kDuped = "dupeNode|About to dupe the XML Node\ndupeNode|About to dupe the XML Node\n";
 const std::string kGot =
-    "|iGetSSIBNextEntry. ssibEntryListPtr = @\n"
-    "|iGetSSIBNextEntry - Copying data from ssibEntryListPtr->entry\n|iGetSSIBNextEntry - Done mem copying\n"
-    "|iGetSSIBNextEntry - Done duping the Job_ID\n|iGetSSIBNextEntry - Done duping the Cmd_Line\n"
-    "|iGetSSIBNextEntry - Done duping the Task_Name\n" +
+    "|iGetSSIBNextEntry. ssibEntryListPtr = @\n|iGetSSIBNextEntry - Copying data from ssibEntryListPtr->entry\n"
+    "|iGetSSIBNextEntry - Done mem copying\n|iGetSSIBNextEntry - Done duping the Job_ID\n"
+    "|iGetSSIBNextEntry - Done duping the Cmd_Line\n|iGetSSIBNextEntry - Done duping the Task_Name\n" +
     kDuped +
     "|iGetSSIBNextEntry - Done copying data. Moving ssibEntryListPtr to 0\n"
     "|iGetSSIBNextEntry - Done duping the LU_Category\n|iGetSSIBNextEntry - Done duping the Display_Name\n"
     "|iGetSSIBNextEntry - Done duping the Job_Type\n|iGetSSIBNextEntry - Done duping the FQDD\n"
     "|iGetSSIBNextEntry - Done duping the Resource_URI\n|iGetSSIBNextEntry - Done duping the Resource_Type\n"
-    "|iGetSSIBNextEntry - Done duping the Resource_Namespace\n"
-    "|iGetSSIBNextEntry - Done duping the Target_Version\n|iGetSSIBNextEntry - Done.\nDeleteTree\n= 0";
+    "|iGetSSIBNextEntry - Done duping the Resource_Namespace\n|iGetSSIBNextEntry - Done duping the Target_Version\n"
+    "|iGetSSIBNextEntry - Done.\nDeleteTree\n= 0";
 const std::string kFullTexts =
     "|Cmd_Line: F\n|Task_Name: task\n|LU_Category: cat\n|Display_Name: F\n|Job_Type: OTHER\n|FQDD: fqdd\n"
     "|Resource_URI: uri\n|Resource_Type: type\n|Resource_Namespace: ns\n|Target_Version: v\n";
@@ -37,14 +36,13 @@ const std::string kNoTimeout = "|WARNING: Invalid Timeout of 0, replacing with d
 const std::string kInserted =
     "|iAddToSSIBQueue - found insertion point based on priority\n"
     "|iAddToSSIBQueue - List is not null, adding BEFORE the found entry.\n|iAddToSSIBQueue - Done.\n";
-const std::string kJobA = "[ Timeout=600 Cmd_Line=a Display_Name=a priority=5]";
+const std::string kJobA = "[a5]";
 const std::string kFound =
     "|iDeleteSSIBEntry - Look up result = @.\n|iDeleteSSIBEntry - found = @.\n"
     "|iDeleteSSIBEntry - Checking if ssibEntryListPtr (@) ==  entry to be deleted. (@)\n";
 const std::string kMoved = "|iDeleteSSIBEntry - yes...moving ssibEntryListPtr to @\n";
 const std::string kGone =
-    "|iDeleteSSIBEntry - Removing...\n|iDeleteSSIBEntry - done. Freeing pl..\n"
-    "|iDeleteSSIBEntry - done freeing pl\n";
+    "|iDeleteSSIBEntry - Removing...\n|iDeleteSSIBEntry - done. Freeing pl..\n|iDeleteSSIBEntry - done freeing pl\n";
 const std::string kMissing = "|iDeleteSSIBEntry - Look up result = 0.\n|iDeleteSSIBEntry - Entry not found \n";
 const std::string kRemoving = "|iRemoveFromSSIBQueue  - calling iDeleteSSIBEntry.\n";
 const std::string kDeleted = "|iRemoveFromSSIBQueue  - iDeleteSSIBEntry returned with ";
@@ -52,8 +50,8 @@ const std::string kFlushed =
     "0.\n|iRemoveFromSSIBQueue  - Calling flush\n|iFlushSSIBQueue called\n"
     "|iFlushSSIBQueue  create_xml_tree with ssibEntryListHead = @.\nCreateNode SSIB_INFO\n"
     "|iFlushSSIBQueue  creating xml from node.\nSerializeTree\n"
-    "|iFlushSSIBQueue  creating xml from node returned with 0.\n|iFlushSSIBQueue - freeing xmlRoot\n"
-    "DeleteTree\n|iFlushSSIBQueue - done freeing xmlRoot\nopen VAR025/Main.ssib w\n"
+    "|iFlushSSIBQueue  creating xml from node returned with 0.\n|iFlushSSIBQueue - freeing xmlRoot\nDeleteTree\n"
+    "|iFlushSSIBQueue - done freeing xmlRoot\nopen VAR025/Main.ssib w\n"
     "|iFlushSSIBQueue - opened Main.ssib for writing\n|iFlushSSIBQueue - writing to Main.ssib \n"
     "|iFlushSSIBQueue - done writing.rc=";
 const std::string kWritten = "\nclose VAR025 w\n|iRemoveFromSSIBQueue  - flush returned with ";
@@ -63,23 +61,23 @@ const std::string kEnter = "|Enter SSIBEntryCmp\n";
 const std::string kReplacing =
     "iReplaceSSIBEntry|Entered\niReplaceSSIBEntry|Found Old Entry... Replacing...\niReplaceSSIBEntry|Exit. 0x";
 const std::string kNoMemory = kReplacing + "80000009\n= 80000009\n";
-const std::string kJobB = "[ Timeout=600 Cmd_Line=b Display_Name=b priority=5]";
+const std::string kJobB = "[b5]";
 const std::string kFullNumbers = " Version=1 mode=1 Block_ID=2 RB_Type=3 RB_Req=4 Rtn_Code=5 RT_Count=6 Job_ID=j";
 
 TEST_F(Get, HandsOutACopyOfEverything) {
-  expectDialogues({{"get", "get", kGot + kFull + "\n1 Main.ssib [" + kFull + " mask=4294967295 priority=1]\n"},
-                   {"peek", "peek",
-                    "|iPeekSSIBNextEntry. ssibEntryListPtr = @\n"
-                    "|iPeekSSIBNextEntry - Copying data from ssibEntryListPtr->entry\n" +
-                        kDuped + "|iPeekSSIBNextEntry - Done copying data\nDeleteTree\n= 0" + kFull +
-                        "\n1 Main.ssib >[" + kFull + " mask=4294967295 priority=1]\n"},
-                   {"at the end", "get; get; peek",
-                    kGot + kFull +
-                        "\n|iGetSSIBNextEntry. ssibEntryListPtr = 0\n|iGetSSIBNextEntry. Nothing found.\n= 8000001f\n"
-                        "|iPeekSSIBNextEntry. ssibEntryListPtr = 0\n|iPeekSSIBNextEntry. Nothing found.\n= 8000001f\n"
-                        "1 Main.ssib [" +
-                        kFull + " mask=4294967295 priority=1]\n"}},
-                  "open Main.ssib; add F 1 4294967295; cursor");
+  expectDialogues(
+      {{"get", "get", kGot + kFull + "\n1 Main.ssib [" + kFull + " mask=4294967295 priority=1]\n"},
+       {"peek", "peek",
+        "|iPeekSSIBNextEntry. ssibEntryListPtr = @\n|iPeekSSIBNextEntry - Copying data from ssibEntryListPtr->entry\n" +
+            kDuped + "|iPeekSSIBNextEntry - Done copying data\nDeleteTree\n= 0" + kFull + "\n1 Main.ssib >[" + kFull +
+            " mask=4294967295 priority=1]\n"},
+       {"at the end", "get; get; peek",
+        kGot + kFull +
+            "\n|iGetSSIBNextEntry. ssibEntryListPtr = 0\n|iGetSSIBNextEntry. Nothing found.\n= 8000001f\n"
+            "|iPeekSSIBNextEntry. ssibEntryListPtr = 0\n|iPeekSSIBNextEntry. Nothing found.\n= 8000001f\n"
+            "1 Main.ssib [" +
+            kFull + " mask=4294967295 priority=1]\n"}},
+      "open Main.ssib; add F 1 4294967295; cursor");
 }
 
 TEST_F(Add, KeepsACopyOfEverythingAtThePlaceOfItsPriority) {
@@ -122,21 +120,19 @@ TEST_F(Add, EqualPrioritiesKeepTheirOrder) {
 TEST_F(Delete, TakesTheFirstMatchAndRemovingWritesTheFile) {
   expectDialogues(
       {
-          {"under the cursor", "delete a",
-           kFound + kMoved + kGone + "= 0\n1 Main.ssib >[ Cmd_Line=b][ Cmd_Line=a] | Main.ssib=aba\n"},
-          {"elsewhere", "delete b", kFound + kGone + "= 0\n1 Main.ssib >[ Cmd_Line=a][ Cmd_Line=a] | Main.ssib=aba\n"},
+          {"under the cursor", "delete a", kFound + kMoved + kGone + "= 0\n1 Main.ssib >[b][a] | Main.ssib=aba\n"},
+          {"elsewhere", "delete b", kFound + kGone + "= 0\n1 Main.ssib >[a][a] | Main.ssib=aba\n"},
           {"missing", "remove c",
-           kRemoving + kMissing + kDeleted +
-               "-2147483646.\n= 80000002\n1 Main.ssib >[ Cmd_Line=a][ Cmd_Line=b][ Cmd_Line=a] | Main.ssib=aba\n"},
+           kRemoving + kMissing + kDeleted + "-2147483646.\n= 80000002\n1 Main.ssib >[a][b][a] | Main.ssib=aba\n"},
           {"removed", "remove a",
            kRemoving + kFound + kMoved + kGone + kDeleted + kFlushed + "1" + kWritten +
-               "0\n= 0\n1 Main.ssib >[ Cmd_Line=b][ Cmd_Line=a] | Main.ssib=ba\n"},
+               "0\n= 0\n1 Main.ssib >[b][a] | Main.ssib=ba\n"},
           {"not written", "fail write; remove b",
            kRemoving + kFound + kGone + kDeleted + kFlushed + "0" + kWritten +
-               "-2147483641\n= 80000007\n1 Main.ssib >[ Cmd_Line=a][ Cmd_Line=a] | Main.ssib=aba\n"},
+               "-2147483641\n= 80000007\n1 Main.ssib >[a][a] | Main.ssib=aba\n"},
           {"null", "delete 0; remove 0",
            "= 80000002\n" + kRemoving + kDeleted +
-               "-2147483646.\n= 80000002\n1 Main.ssib >[ Cmd_Line=a][ Cmd_Line=b][ Cmd_Line=a] | Main.ssib=aba\n"},
+               "-2147483646.\n= 80000002\n1 Main.ssib >[a][b][a] | Main.ssib=aba\n"},
       },
       "file Main.ssib aba; open Main.ssib");
   host() = Platform();

@@ -108,60 +108,57 @@ TEST_F(Faults, EachAloneHasAKnownOutcome) {
   } rows[] = {
       {"service on", "init", "0 80000015: 0\n0: 0 CHANGED\n"},
       {"file Main.ssib nac", "open Main.ssib",
-       "80000007 80000009 8000000f: 0 | Main.ssib=nac\n0: 1 Main.ssib >[*][ a][ c] | Main.ssib=nac\n"
-       "0: 1 Main.ssib >[+][ a][ c] | Main.ssib=nac\n"
-       "0: 1 Main.ssib | Main.ssib=nac\n"},
+       "80000007 80000009 8000000f: 0 | Main.ssib=nac\n0: 1 Main.ssib >[*][a][c] | Main.ssib=nac\n"
+       "0: 1 Main.ssib >[+][a][c] | Main.ssib=nac\n0: 1 Main.ssib | Main.ssib=nac\n"},
       {"service on", "open Main.ssib", "80000007 80000009 8000000f: 0\n0: 1 Main.ssib\n"},
       {"file Main.ssib nac; open Main.ssib", "get",
-       "0 0 LU_Category=cat+ 0 Task_Name=task+ 0* 0+: 1 Main.ssib [+]>[ a][ c] | Main.ssib=nac\n"},
+       "0 0 LU_Category=cat+ 0 Task_Name=task+ 0* 0+: 1 Main.ssib [+]>[a][c] | Main.ssib=nac\n"},
       {"file Main.ssib nac; open Main.ssib", "peek",
-       "0 0 LU_Category=cat+ 0 Task_Name=task+ 0* 0+: 1 Main.ssib >[+][ a][ c] | Main.ssib=nac\n"},
+       "0 0 LU_Category=cat+ 0 Task_Name=task+ 0* 0+: 1 Main.ssib >[+][a][c] | Main.ssib=nac\n"},
       {"file Main.ssib a; open Main.ssib", "add nx",
-       "80000009: 1 Main.ssib >[ a] | Main.ssib=a\n0: 1 Main.ssib >[ a][ n*][ x x] | Main.ssib=a\n"
-       "80000009: 1 Main.ssib >[ a][ n+] | Main.ssib=a\n"
-       "0: 1 Main.ssib >[ a][ n+][ x x] | Main.ssib=a\n0: 1 Main.ssib >[ a][ n+][ x] | Main.ssib=a\n"
-       "0: 1 Main.ssib >[ a][ n+][?] | Main.ssib=a\n0: 1 Main.ssib >[ a][ n][ x x] | Main.ssib=a\n"
-       "0: 1 Main.ssib >[ a][+][ x x] | Main.ssib=a\n0: 1 Main.ssib >[ a][?][ x x] | Main.ssib=a\n"},
+       "80000009: 1 Main.ssib >[a] | Main.ssib=a\n0: 1 Main.ssib >[a][ n*][x5] | Main.ssib=a\n"
+       "80000009: 1 Main.ssib >[a][ n+] | Main.ssib=a\n0: 1 Main.ssib >[a][ n+][ x] | Main.ssib=a\n"
+       "0: 1 Main.ssib >[a][ n+][?] | Main.ssib=a\n0: 1 Main.ssib >[a][ n+][x5] | Main.ssib=a\n"
+       "0: 1 Main.ssib >[a][ n][x5] | Main.ssib=a\n0: 1 Main.ssib >[a][+][x5] | Main.ssib=a\n"
+       "0: 1 Main.ssib >[a][?][x5] | Main.ssib=a\n"},
       {"file Main.ssib xac; open Main.ssib", "remove a",
-       "0 300004 300009 80000007: 1 Main.ssib >[ x][ c] | Main.ssib=xac\n"
-       "0: 1 Main.ssib >[ x][ c] | Main.ssib=xc\n"},
+       "0 300004 300009 80000007: 1 Main.ssib >[x][c] | Main.ssib=xac\n0: 1 Main.ssib >[x][c] | Main.ssib=xc\n"},
       {"file Main.ssib an; open Main.ssib; add b", "flush",
-       "0: 1 Main.ssib >[ a][+][ b b] | Main.ssib=a<n x=\"\">t<m/></n>b\n"
-       "0: 1 Main.ssib >[ a][+][ b b] | Main.ssib=a<n x=\"1\"><m/></n>b\n"
-       "0: 1 Main.ssib >[ a][+][ b b] | Main.ssib=a<n x=\"1\">t</n>b\n"
-       "0: 1 Main.ssib >[ a][+][ b b] | Main.ssib=a<n>t<m/></n>b\n"
-       "0 300004 300009 80000007: 1 Main.ssib >[ a][+][ b b] | Main.ssib=an\n"
-       "0: 1 Main.ssib >[ a][+][ b b] | Main.ssib=anb\n"},
+       "0: 1 Main.ssib >[a][+][b5] | Main.ssib=a<n x=\"\">t<m/></n>b\n"
+       "0: 1 Main.ssib >[a][+][b5] | Main.ssib=a<n x=\"1\"><m/></n>b\n"
+       "0: 1 Main.ssib >[a][+][b5] | Main.ssib=a<n x=\"1\">t</n>b\n"
+       "0: 1 Main.ssib >[a][+][b5] | Main.ssib=a<n>t<m/></n>b\n"
+       "0 300004 300009 80000007: 1 Main.ssib >[a][+][b5] | Main.ssib=an\n"
+       "0: 1 Main.ssib >[a][+][b5] | Main.ssib=anb\n"},
       {"file Main.ssib ac; open Main.ssib; add b", "close",
        "0 300004 300009 80000007: 0 | Main.ssib=ac\n0: 0 | Main.ssib=acb\n"},
       {"open Main.ssib; add n", "replace n x",
-       "8000000e: 1 Main.ssib [ n+]\n0 80000009: 1 Main.ssib [ x x]\n80000009: 1 Main.ssib [ x]\n"
-       "80000009: 1 Main.ssib [?]\n80000009: 1 Main.ssib []\n"},
+       "8000000e: 1 Main.ssib [ n+]\n80000009: 1 Main.ssib [ x]\n80000009: 1 Main.ssib [?]\n80000009: 1 Main.ssib []\n"
+       "0 80000009: 1 Main.ssib [x5]\n"},
       {"file Main.ssib a", "delete-file Main.ssib", "0: 0\n0 8000000e: 0 | Main.ssib=a\n"},
       {"service on", "compare n n", "0 ffffffff: 0\n"},
       {"file Main.ssib ab; file sub.ssib c", "merge sub.ssib 0",
-       "0: 0 | Main.ssib=ab | sub.ssib=\n"
-       "0 80000007 80000009 8000000e 8000000f: 0 | Main.ssib=ab | sub.ssib=c\n"
+       "0: 0 | Main.ssib=ab | sub.ssib=\n0 80000007 80000009 8000000e 8000000f: 0 | Main.ssib=ab | sub.ssib=c\n"
        "0: 0 | Main.ssib=abc | sub.ssib=\n0: 0 | Main.ssib=abc | sub.ssib=c\n0: 0 | Main.ssib=c | sub.ssib=\n"},
       {"file Main.ssib ab; file sub.ssib c", "merge sub.ssib 1",
-       "0: 0 | Main.ssib=ab\n80000007 80000009 8000000e 8000000f: 0 | Main.ssib=ab | sub.ssib=c\n"
-       "0: 0 | Main.ssib=abc\n0: 0 | Main.ssib=abc | sub.ssib=\n0: 0 | Main.ssib=c\n"},
+       "0: 0 | Main.ssib=ab\n80000007 80000009 8000000e 8000000f: 0 | Main.ssib=ab | sub.ssib=c\n0: 0 | Main.ssib=abc\n"
+       "0: 0 | Main.ssib=abc | sub.ssib=\n0: 0 | Main.ssib=c\n"},
       {"file a.json ub", "open a.json",
        "80000015: 0 mode 1 a.json | a.json=ub\n80000009 8000000f: 0 mode 1 | a.json=ub\n"
-       "0: 1 mode 1 a.json >[ u][ b] | a.json=ub\n0: 1 mode 1 a.json >[ u][?] | a.json=ub\n"
-       "0: 1 mode 1 a.json >[ u][] | a.json=ub\n0: 1 mode 1 a.json >[?][ b] | a.json=ub\n"
-       "0: 1 mode 1 a.json >[][ b] | a.json=ub\n0 80000009: 1 mode 1 a.json | a.json=ub\n"},
+       "0: 1 mode 1 a.json >[ u][?] | a.json=ub\n0: 1 mode 1 a.json >[ u][] | a.json=ub\n"
+       "0: 1 mode 1 a.json >[ u][b] | a.json=ub\n0: 1 mode 1 a.json >[?][b] | a.json=ub\n"
+       "0: 1 mode 1 a.json >[][b] | a.json=ub\n0: 1 mode 1 a.json >[u][b] | a.json=ub\n"
+       "0 80000009: 1 mode 1 a.json | a.json=ub\n"},
       {"open a.json", "parse [{\"FQDD\":\"f\",\"JobType\":\"t\"}{\"FQDD\":\"g\"}]",
        "80000009: 1 mode 1 a.json\n80000009: 1 mode 1 a.json >[?]\n0: 1 mode 1 a.json >[?][?]\n"
        "0: 1 mode 1 a.json >[?][]\n"},
       {"open a.json", "add u",
-       "80000009: 1 mode 1 a.json\n0: 1 mode 1 a.json [ u u]\n0: 1 mode 1 a.json [ u]\n"
-       "0: 1 mode 1 a.json [?]\n"},
+       "80000009: 1 mode 1 a.json\n0: 1 mode 1 a.json [ u u]\n0: 1 mode 1 a.json [ u]\n0: 1 mode 1 a.json [?]\n"
+       "0: 1 mode 1 a.json [u5]\n"},
       {"file a.json ub; open a.json", "remove u",
-       "0: 1 mode 1 a.json >[ b] | a.json=b\n0 80000015: 1 mode 1 a.json >[ b] | a.json=ub\n"},
+       "0: 1 mode 1 a.json >[b] | a.json=b\n0 80000015: 1 mode 1 a.json >[b] | a.json=ub\n"},
       {"file a.json ub; open a.json; add c", "flush",
-       "0 80000015: 1 mode 1 a.json >[ u][ b][ c c] | a.json=ub\n"
-       "0: 1 mode 1 a.json >[ u][ b][ c c] | a.json=ubc\n"},
+       "0 80000015: 1 mode 1 a.json >[ u][b][c5] | a.json=ub\n0: 1 mode 1 a.json >[ u][b][c5] | a.json=ubc\n"},
       {"file a.json ub; open a.json; add c", "close", "0 80000015: 0 | a.json=ub\n0: 0 | a.json=ubc\n"},
       {"file BIOS_task_list.json ab; file sub.json c", "merge sub.json 0",
        "0: 0 | BIOS_task_list.json=a text missing | sub.json=c\n"
@@ -169,9 +166,8 @@ TEST_F(Faults, EachAloneHasAKnownOutcome) {
        "0: 0 | BIOS_task_list.json=abc | sub.json=c\n0: 0 | BIOS_task_list.json=c | sub.json=c\n"},
       {"file BIOS_task_list.json ab; file sub.json c", "merge sub.json 1",
        "0: 0 | BIOS_task_list.json=a text missing\n0: 0 | BIOS_task_list.json=ab\n"
-       "80000009 8000000e 8000000f 80000015: 0 | BIOS_task_list.json=ab | sub.json=c\n"
-       "0: 0 | BIOS_task_list.json=abc\n0: 0 | BIOS_task_list.json=abc | sub.json=c\n"
-       "0: 0 | BIOS_task_list.json=c\n"},
+       "80000009 8000000e 8000000f 80000015: 0 | BIOS_task_list.json=ab | sub.json=c\n0: 0 | BIOS_task_list.json=abc\n"
+       "0: 0 | BIOS_task_list.json=abc | sub.json=c\n0: 0 | BIOS_task_list.json=c\n"},
   };
   for (const auto &row : rows) {
     SCOPED_TRACE(std::string(row.before) + "; " + row.operation);

@@ -24,15 +24,14 @@ const std::string kAsked = kOldFreed + "open VAR025/Main.ssib r\n";
 const std::string kProbed = kAsked + "getSize\nclose VAR025 r\n";
 const std::string kFound = kProbed + "open VAR025/Main.ssib r\n|iOpenSSIB - File Main.ssib found. Opening it.\n";
 const std::string kOpened = kFound + "|iOpenSSIB - File opened. Allocating 135 bytes memory for reading the file\n";
-const std::string kParsed =
-    kOpened +
-    "|iOpenSSIB - Reading file.\n|iOpenSSIB - Done reading file. Parsing document...\nParseImage\n"
-    "|iOpenSSIB - Done Parsing image. status=";
+const std::string kParsed = kOpened +
+                            "|iOpenSSIB - Reading file.\n|iOpenSSIB - Done reading file. Parsing document...\n"
+                            "ParseImage\n|iOpenSSIB - Done Parsing image. status=";
 const std::string kClosed = "close VAR025 r\n|iOpenSSIB - Done Reading and Parsing. Freed buffer and closed the file\n";
 const std::string kListed =
-    "|iOpenSSIB - Creating list with xmlRoot = @\nDeleteTree\n|iOpenSSIB - Done. Freed xmlRoot\n"
-    "|iOpenSSIB Done.\n= 0\n";
-const std::string kIsA = "1 Main.ssib >[ Cmd_Line=a] | Main.ssib=a\n";
+    "|iOpenSSIB - Creating list with xmlRoot = @\nDeleteTree\n|iOpenSSIB - Done. Freed xmlRoot\n|iOpenSSIB Done.\n"
+    "= 0\n";
+const std::string kIsA = "1 Main.ssib >[a] | Main.ssib=a\n";
 const std::string kLeft = "0 | Main.ssib=a\n";
 const std::string kCreate = "CreateNode SSIB_INFO\n";
 const std::string kDenied = "|iOpenSSIB - Varsk access error. Error is -2147483633\n";
@@ -52,15 +51,14 @@ const std::string kJobRead =
 const std::string kCalled = "|iFlushSSIBQueue called\n";
 const std::string kBuilding = kCalled + "|iFlushSSIBQueue  create_xml_tree with ssibEntryListHead = @.\n" + kCreate;
 const std::string kNoTree = "|iFlushSSIBQueue  create_xml_tree returned with null. Error. Returning.\n= 300004\n";
-const std::string kSerialized = kBuilding +
-                                "|iFlushSSIBQueue  creating xml from node.\nSerializeTree\n"
-                                "|iFlushSSIBQueue  creating xml from node returned with ";
+const std::string kSerialized =
+    kBuilding +
+    "|iFlushSSIBQueue  creating xml from node.\nSerializeTree\n|iFlushSSIBQueue  creating xml from node returned with ";
 const std::string kFreed =
     kSerialized + "0.\n|iFlushSSIBQueue - freeing xmlRoot\nDeleteTree\n|iFlushSSIBQueue - done freeing xmlRoot\n";
 const std::string kForWriting = kFreed + "open VAR025/Main.ssib w\n|iFlushSSIBQueue - opened Main.ssib for writing\n";
 const std::string kWriting = "|iFlushSSIBQueue - writing to Main.ssib \n|iFlushSSIBQueue - done writing.rc=";
-const std::string kKept =
-    "1 Main.ssib [ Cmd_Line=a]>[ Cmd_Line=b][ Timeout=600 Cmd_Line=c Display_Name=c priority=5] | Main.ssib=ab";
+const std::string kKept = "1 Main.ssib [a]>[b][c5] | Main.ssib=ab";
 const std::string kTaskCalled = kCalled + "|iFlushSSIBQueue alt mode SMA/JSON\n";
 const std::string kTaskOpening = "|Opening file [a.json]\nopen VAR025/a.json w (json)\n";
 const std::string kTaskWritten =
@@ -68,12 +66,9 @@ const std::string kTaskWritten =
     "|Writing entries now ...\n|Writing JobType [OTHER], ResourceType [type] ...\n"
     "|Writing JobType [OTHER], ResourceType [type] ...\n|Writing JobType [OTHER], ResourceType [type] ...\n"
     "|Closing [VAR025].\nclose VAR025 w (json)\n|Returning EFI_SUCCESS.\n";
-const std::string kTaskKept =
-    "1 mode 1 a.json [ Timeout=600 Cmd_Line=a Display_Name=a priority=5][ Timeout=600 Cmd_Line=b Display_Name=b "
-    "priority=5][ Timeout=600 Cmd_Line=c Display_Name=c priority=5]";
+const std::string kTaskKept = "1 mode 1 a.json [a5][b5][c5]";
 const std::string kReleased =
-    "|iCloseSSIB ..done.\n|iCloseSSIB Freeing ssibFileName.\n"
-    "|iCloseSSIB Done freeing ssibFileName. Deleting xmlRoot.\n"
+    "|iCloseSSIB ..done.\n|iCloseSSIB Freeing ssibFileName.\n|iCloseSSIB Done freeing ssibFileName. Deleting xmlRoot.\n"
     "|iCloseSSIB Done deleting xmlRoot. Freeing ssibEntryListHead.\n"
     "|iCloseSSIB Done freeing ssibEntryListHead. Done close.\n";
 const std::string kEntered = "iDeleteSSIB|Entered iDeleteSSIB\\n\n";
@@ -116,10 +111,9 @@ TEST_F(Open, AnXmlQueueTakesTheseStepsAndKeepsNothingOfAnEarlierUse) {
                kLeft},
           {"shorter than announced", "file Main.ssib a; size 136; open own",
            kFound +
-               "|iOpenSSIB - File opened. Allocating 136 bytes memory for reading the file\n|iOpenSSIB - Reading "
-               "file.\n"
-               "|iOpenSSIB - short read error...\nclose VAR025 r\n|iOpenSSIB - Error Parsing image. Returning.\n"
-               "= 80000007\n" +
+               "|iOpenSSIB - File opened. Allocating 136 bytes memory for reading the file\n"
+               "|iOpenSSIB - Reading file.\n|iOpenSSIB - short read error...\nclose VAR025 r\n"
+               "|iOpenSSIB - Error Parsing image. Returning.\n= 80000007\n" +
                kLeft},
           {"not parsed", "file Main.ssib a; fail Parse 1 80000015; open own",
            kParsed + "-2147483627\nclose VAR025 r\n|iOpenSSIB - Error Parsing image. Returning.\n= 80000015\n" + kLeft},
@@ -139,9 +133,8 @@ TEST_F(Open, ATaskListTakesTheseStepsAndKeepsNothingOfAnEarlierUse) {
            kTaskReading + kUpdate +
                "|Able to Set the attr Calderwick.Embedded.1#CWAttributes.1#PackageCacheUpdateFlag\n" + kJobRead},
           {"refused text", "file a.json <; open a.json",
-           kTaskReading +
-               "|iParseFromJSON: Enter.\n|ERROR: invalid parameter 2.\nclose VAR025 r\n|Exit. 80000002\n= 80000002\n"
-               "1 mode 1 a.json TREE | a.json=<\n"},
+           kTaskReading + "|iParseFromJSON: Enter.\n|ERROR: invalid parameter 2.\nclose VAR025 r\n|Exit. 80000002\n"
+                          "= 80000002\n1 mode 1 a.json TREE | a.json=<\n"},
           {"no memory for the name", "fail allocation 1; open a.json",
            kOldTaskFreed +
                "|iOpenJSON - Failed to allocate 28 bytes for  SSIB2->ssibFileName\\n\n= 80000009\n0 mode 1 TREE\n"},
@@ -164,10 +157,9 @@ TEST_F(Open, ATaskListTakesTheseStepsAndKeepsNothingOfAnEarlierUse) {
                kJobRead},
           {"fixed partition for open and failed close",
            "partition OTHER1; file OTHER1/a.json x; file VAR025/a.json y; size 1000; open a.json",
-           kOldTaskFreed +
-               "open OTHER1/a.json r\ngetSize\nclose OTHER1 r\n|file_exists: 1\n|2\nopen VAR025/a.json r\n"
-               "|iOpenJSON - Reading file.\n|iOpenJSON - Error reading. Returning.\nclose VAR025 r\n= 80000007\n"
-               "0 mode 1 TREE | OTHER1/a.json=x | a.json=y\n"},
+           kOldTaskFreed + "open OTHER1/a.json r\ngetSize\nclose OTHER1 r\n|file_exists: 1\n|2\nopen VAR025/a.json r\n"
+                           "|iOpenJSON - Reading file.\n|iOpenJSON - Error reading. Returning.\nclose VAR025 r\n"
+                           "= 80000007\n0 mode 1 TREE | OTHER1/a.json=x | a.json=y\n"},
           {"another for probe and ordinary close",
            "partition OTHER1; file OTHER1/a.json x; file VAR025/a.json y; open a.json",
            kOldTaskFreed +
@@ -175,7 +167,7 @@ TEST_F(Open, ATaskListTakesTheseStepsAndKeepsNothingOfAnEarlierUse) {
                "|iOpenJSON - Reading file.\n|iParseFromJSON: Enter.\n|INFO: found json entry\n|Job_Type: OTHER\n"
                "|Display_Name: y\n|FQDD: fqdd\n|Resource_URI: uri\n|Resource_Type: type\n|Resource_Namespace: ns\n"
                "|INFO: before insert\n|INFO: after insert\n|Exit. 0\nclose OTHER1 r\n|Exit. 0\n= 0\n"
-               "1 mode 1 a.json >[ Display_Name=y] TREE | OTHER1/a.json=x | a.json=y\n"},
+               "1 mode 1 a.json >[y] TREE | OTHER1/a.json=x | a.json=y\n"},
       },
       "old");
 }
@@ -194,7 +186,7 @@ TEST_F(Open, TheNameDecidesTheForm) {
 
 TEST_F(Open, ASecondOneOnlyCountsWhateverItsName) {
   outcome("file Main.ssib ab; open Main.ssib; get");
-  EXPECT_EQ(play("open sub.json"), "= 0\n2 Main.ssib [ Cmd_Line=a]>[ Cmd_Line=b] | Main.ssib=ab\n");
+  EXPECT_EQ(play("open sub.json"), "= 0\n2 Main.ssib [a]>[b] | Main.ssib=ab\n");
 }
 
 TEST_F(Flush, AnXmlQueueTakesTheseStepsAndAFailureLeavesFileAndList) {
@@ -222,9 +214,7 @@ TEST_F(Flush, AnXmlQueueTakesTheseStepsAndAFailureLeavesFileAndList) {
           {"not written", "fail write; flush",
            kForWriting + kWriting + "0\nclose VAR025 w\n= 80000007\n" + kKept + "\n"},
           {"no service", "service off; flush",
-           kCalled + "|SSIB2->XMLProto is null\n= 80000002\n"
-                     "1 Main.ssib [ Cmd_Line=a]>[ Cmd_Line=b][ Timeout=600 Cmd_Line=c Display_Name=c priority=5] "
-                     "CHANGED | Main.ssib=ab\n"},
+           kCalled + "|SSIB2->XMLProto is null\n= 80000002\n1 Main.ssib [a]>[b][c5] CHANGED | Main.ssib=ab\n"},
           {"a partition of the day", "partition VAR026; flush",
            kFreed + "open VAR026/Main.ssib w\n|iFlushSSIBQueue - opened Main.ssib for writing\n" + kWriting +
                "1\nclose VAR026 w\n= 0\n" + kKept + " | VAR026/Main.ssib=abc\n"},
@@ -306,7 +296,7 @@ TEST_F(Close, FlushesTheLastTimeAndReleasesWhateverComesOfIt) {
            "|iCloseSSIB Flushing the queue...\n" + kForWriting + kWriting + "1\nclose VAR025 w\n" + kReleased +
                "= 0\n" + kLeft},
           {"counts down what it cannot flush", "service off; close; close",
-           "= 80000002\n= 0\n0 Main.ssib >[ Cmd_Line=a] CHANGED | Main.ssib=a\n"},
+           "= 80000002\n= 0\n0 Main.ssib >[a] CHANGED | Main.ssib=a\n"},
       },
       "file Main.ssib a; open Main.ssib");
 }
@@ -337,8 +327,8 @@ TEST_F(Merge, PutsTheEntriesAfterThoseOfTheMainQueue) {
           {"main queue damaged", "file Main.ssib <; file sub.ssib ab; merge sub.ssib 1",
            kToMain + "iMergeToMain|Error opening main SSIB\n" + kRefused + "0 | Main.ssib=< | sub.ssib=ab\n"},
           {"no sub-queue", "file Main.ssib xy; merge sub.ssib 1",
-           "iMergeToMain|Entered\niMergeToMain|Could not locate SSIB list\niMergeToMain|Exit. 0x8000000e\n"
-           "= 8000000e\n0 | Main.ssib=xy\n"},
+           "iMergeToMain|Entered\niMergeToMain|Could not locate SSIB list\niMergeToMain|Exit. 0x8000000e\n= 8000000e\n"
+           "0 | Main.ssib=xy\n"},
           {"no service for the main handle", "file sub.ssib ab; fail allocation 1; merge sub.ssib 1",
            "iMergeToMain|Entered\niMergeToMain|Error constructing main protocol\niMergeToMain|Exit. 0x8000000e\n"
            "= 8000000e\n0 | sub.ssib=ab\n"},

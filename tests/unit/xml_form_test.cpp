@@ -72,7 +72,7 @@ TEST_F(XmlForm, ReadsWhatTheDocumentHoldsAndIgnoresTheRest) {
       {"cut after it saturated", "<b BLOCK_ID='9999999999' TIMEOUT='-9999999999'/>", "[ Block_ID=65535 mask=4]"},
       {"no decimal digits", "<b Version='x1' BLOCK_ID='' RT_COUNT='- 1' TIMEOUT='0x10'/>", "[ mask=20]"},
       {"later commands replace, one without text does not",
-       "<b><CMD_LINE>a</CMD_LINE><CMD_LINE>b</CMD_LINE><CMD_LINE/></b>", "[ Cmd_Line=b]"},
+       "<b><CMD_LINE>a</CMD_LINE><CMD_LINE>b</CMD_LINE><CMD_LINE/></b>", "[b]"},
       {"extra content", "<b><n x='1'>t<m/></n></b>", "[ Node=<n x=\"1\">t<m/></n>]"},
       {"extra content ends with the last", "<b><n/><o/><p/></b>", "[ Node=<p/>]"},
       {"extra content takes what follows", "<b><n/><CMD_LINE>c</CMD_LINE></b>",
