@@ -150,7 +150,7 @@ std::string textOf(const SSIB_ENTRY_LIST *first, const SSIB_ENTRY_LIST *cursor) 
   for (const SSIB_ENTRY_LIST *element = first; element != nullptr; element = element->next) {
     std::string job = textOf(element->entry);
     put(job, "mask", element->fieldMask);
-    if (element->priority != 3) put(job, "priority", element->priority);
+    if (element->priority != 3) job += " priority=" + std::to_string(element->priority);
     std::smatch found;
     if (job.size() < 80 && (std::regex_match(job, found, read) || std::regex_match(job, found, added)))
       job = found.format("$1$2");

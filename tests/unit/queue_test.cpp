@@ -118,7 +118,7 @@ TEST_F(Open, AnXmlQueueTakesTheseStepsAndKeepsNothingOfAnEarlierUse) {
           {"not parsed", "file Main.ssib a; fail Parse 1 80000015; open own",
            kParsed + "-2147483627\nclose VAR025 r\n|iOpenSSIB - Error Parsing image. Returning.\n= 80000015\n" + kLeft},
           {"without a service only the mode changes", "mode 1; service off; open own",
-           "= 80000009\n0 Main.ssib >[] TREE CHANGED\n"},
+           "= 80000009\n0 Main.ssib >[ priority=0] TREE CHANGED\n"},
       },
       "old");
 }

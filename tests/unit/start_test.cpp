@@ -71,7 +71,7 @@ TEST_F(List, NewElementsAreZeroAndGoAfterTheLast) {
   for (SSIB_ENTRY_LIST *element : elements) le_insert_tail(&head, element);
   le_insert_tail(nullptr, elements[0]);
   le_insert_tail(&head, nullptr);
-  EXPECT_EQ(textOf(head, elements[0]), ">[][]");
+  EXPECT_EQ(textOf(head, elements[0]), ">[ priority=0][ priority=0]");
   handle.ssibEntryListHead = head;
 }
 

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <utility>
 
 #include "ssib_if2_backend/list.h"
 #include "ssib_if2_backend/xml_form.h"
@@ -117,6 +118,33 @@ TEST_F(XmlForm, ReadsTreesThatNoParserMakes) {
   EXPECT_EQ(listOf(*root), "[ Version=2 mask=36]") << "the last one holds";
 }
 
+TEST_F(XmlForm, WritesAllOfAnEntryAndCutsQuotesOffItsCommand) {
+  const std::string block =
+      "<SSIB_INFO>\n<SSIB_BLOCK Version=\"-2147483647\" BLOCK_ID=\"2\" RT_COUNT=\"6\" RTN_CODE=\"5\" TIMEOUT=\"600\" "
+      "RB_TYPE=\"3\" RB_REQ=\"4\" LU_CATEGORY=\"cat\" TASK_NAME=\"task\" JOB_ID=\"j\">\n<CMD_LINE>";
+  std::pair<std::string, const char *> rows[] = {
+      {"a <&> b", "a &lt;&amp;&gt; b"}, {"", ""}, {"\"cut\"", "cut"}, {"\"cut", "cu"}, {"\"", ""}, {"\x01", "refused"}};
+  for (auto &[command, expected] : rows) {
+    Job job('F');
+    SSIB_ENTRY *entries[] = {&job};
+    job.Cmd_Line = command.data(), job.Version = 0x80000001;
+    host() = Platform();
+    outcome("open Main.ssib");
+    iAddToSSIBQueue(&handle, 1, entries, UINT32_MAX, SSIB_ADD_APPEND_LO);
+    const bool isWritten = iFlushSSIBQueue(&handle) == EFI_SUCCESS;
+    const std::string file = block + expected + "</CMD_LINE>\n</SSIB_BLOCK>\n</SSIB_INFO>\n";
+    EXPECT_EQ(isWritten ? host().files["VAR025/Main.ssib"] : "refused", *expected == 'r' ? "refused" : file);
+    tidy();
+  }
+}
+
+TEST_F(XmlForm, ChainsAreSerialisedToTheirEnd) {
+  const ssib::XmlTree source(treeOf("<r><a>t</a><b><c/></b></r>"), {service()});
+  ssib::XmlString text;
+  EXPECT_EQ(ssib::serialize(service(), source.get()->firstChild, text), EFI_SUCCESS);
+  EXPECT_STREQ(text->text, "<a>t</a>\n<b>\n<c/>\n</b>\n");
+}
+
 TEST_F(XmlForm, BlocksAreLinkedAsTheServiceWantsThem) {
   const ssib::XmlTree root(treeOf("<R/>"), {service()});
   XML_NODE *first = addBlock(root, nullptr), *second = addBlock(root, first), *command = first->firstChild;
@@ -132,15 +160,25 @@ TEST_F(XmlForm, ACopyHasTheSameContentsAndItsOwnLinks) {
   const ssib::XmlTree source(treeOf("<r><a x='1' y='2'>t<b/><c/></a><d/></r>"), {service()});
   XML_NODE *from = source.get()->firstChild;
   from->name->flags = 7;
+  std::free(std::exchange(from->attributes->next->value->text, nullptr));
   XML_NODE parent = {};
   const ssib::XmlTree tree(ssib::dupeNode(from, &parent), {service()});
   const XML_NODE *copy = tree.get(), *next = copy->nextSibling, *below = copy->firstChild->nextSibling;
   EXPECT_EQ(host().transcript(), repeated(4, "dupeNode|About to dupe the XML Node\n"));
-  EXPECT_EQ(textOf(copy), "<a x=\"1\" y=\"2\">t<b/><c/></a><d/>");
+  EXPECT_EQ(textOf(copy), "<a x=\"1\" y=\"~\">t<b/><c/></a><d/>");
   EXPECT_EQ(copy->name->flags + 0, 7U);
   EXPECT_TRUE(copy->parent == &parent && next->parent == &parent && below->parent == copy);
   EXPECT_TRUE(copy->attributes->next->prev == nullptr && next->prevSibling == nullptr && below->prevSibling == nullptr);
   EXPECT_EQ(ssib::dupeNode(nullptr, &parent), nullptr);
+}
+
+TEST_F(XmlForm, ACopyEndsAtAnAttributeThatCannotBeAllocatedAndGoesOnAfterAName) {
+  const ssib::XmlTree source(treeOf("<a x='1' y='2'/>"), {service()});
+  for (const auto &[nth, expected] : {std::pair(4, "<a/>"), {5, "<a =\"1\" y=\"2\"/>"}, {9, "<a x=\"1\"/>"}}) {
+    const heap::Watch watch(static_cast<std::size_t>(nth));
+    const ssib::XmlTree copy(ssib::dupeNode(source.get(), nullptr), {service()});
+    EXPECT_EQ(textOf(copy.get()), expected);
+  }
 }
 
 TEST_F(XmlForm, CopiesTreesOfAnyShape) {
