@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: MIT Getting, adding, deleting, comparing and replacing entries: the copies that change
-// hands, what is reported, and what is refused, by the other operations too.
+// SPDX-License-Identifier: MIT
+// Getting, adding, deleting, comparing and replacing entries: the copies that change hands, what is reported, and
+// what is refused, by the other operations too.
 #include "ssib_if2_backend/list.h"
 #include "support/library_test.h"
 

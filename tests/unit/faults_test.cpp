@@ -1,5 +1,6 @@
-// SPDX-License-Identifier: MIT Every allocation, every platform call and all writing fail once, in every operation on
-// both forms. What can come of it is listed whole: what is not listed must not happen, what is listed must.
+// SPDX-License-Identifier: MIT
+// Every allocation, every platform call and all writing fail once, in every operation on both forms. What can come of
+// it is listed whole: what is not listed must not happen, what is listed must.
 #include <map>
 #include <set>
 

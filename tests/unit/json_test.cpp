@@ -1,5 +1,7 @@
-// SPDX-License-Identifier: MIT Task lists: the document of the examples, odd texts, and random ones, which the
-// library and a literal version of it must read and write alike.
+// SPDX-License-Identifier: MIT
+// Task lists: the document of the examples, odd texts, and random ones, which the library and a literal version of it
+// must read and write alike.
+#include <algorithm>
 #include <random>
 
 #include "json/writer.h"
@@ -107,6 +109,14 @@ TEST_F(Json, OddTextsAreScannedByTheRules) {
       {"high bytes", "[{\"FQDD\":\"\x80\xFF\"}]", "read[ FQDD=\x80\xFF]"},
   };
   for (const auto &row : rows) EXPECT_EQ(parse(row.text), row.result) << row.label;
+}
+
+TEST_F(Json, EachJobWhoseTypeBeginsWithUpdateSetsTheAttribute) {
+  for (const auto &[type, sets] : {std::pair("UPDATE", 1), {"UPDATE_LATER", 1}, {"UPDAT", 0}, {"update", 0}}) {
+    host().forgetEvents();
+    parse("[{\"JobType\":\"" + std::string(type) + "\"}]");
+    EXPECT_EQ(std::ranges::count_if(host().calls, [](auto &call) { return call.starts_with("set "); }), sets) << type;
+  }
 }
 
 TEST_F(Json, ATextThatIsNoListLeavesListAndCursorAlone) {

@@ -27,7 +27,7 @@ class XmlForm : public LibraryTest {
   std::string listOf(const std::string &blocks) {
     host().files["VAR025/Main.ssib"] = "<r>" + blocks + "</r>";
     EXPECT_EQ(iOpenSSIB(&handle, L"Main.ssib"), EFI_SUCCESS);
-    const std::string list = textOf(handle.ssibEntryListHead);
+    std::string list = textOf(handle.ssibEntryListHead);
     tidy();
     return list;
   }
@@ -35,7 +35,7 @@ class XmlForm : public LibraryTest {
   std::string listOf(const XML_NODE &root) {
     SSIB_LINK list = nullptr;
     EXPECT_EQ(ssib::readEntries(service(), root, &list), EFI_SUCCESS);
-    const std::string text = textOf(list);
+    std::string text = textOf(list);
     ssib::le_free_list(service(), list);
     return text;
   }
@@ -122,8 +122,13 @@ TEST_F(XmlForm, WritesAllOfAnEntryAndCutsQuotesOffItsCommand) {
   const std::string block =
       "<SSIB_INFO>\n<SSIB_BLOCK Version=\"-2147483647\" BLOCK_ID=\"2\" RT_COUNT=\"6\" RTN_CODE=\"5\" TIMEOUT=\"600\" "
       "RB_TYPE=\"3\" RB_REQ=\"4\" LU_CATEGORY=\"cat\" TASK_NAME=\"task\" JOB_ID=\"j\">\n<CMD_LINE>";
-  std::pair<std::string, const char *> rows[] = {
-      {"a <&> b", "a &lt;&amp;&gt; b"}, {"", ""}, {"\"cut\"", "cut"}, {"\"cut", "cu"}, {"\"", ""}, {"\x01", "refused"}};
+  std::pair<std::string, const char *> rows[] = {{"a <&> b", "a &lt;&amp;&gt; b"},
+                                                 {"", ""},
+                                                 {"\"cut\"", "cut"},
+                                                 {"\"cut", "cu"},
+                                                 {"\"", ""},
+                                                 {"\"a", ""},
+                                                 {"\x01", "refused"}};
   for (auto &[command, expected] : rows) {
     Job job('F');
     SSIB_ENTRY *entries[] = {&job};
@@ -160,7 +165,9 @@ TEST_F(XmlForm, ACopyHasTheSameContentsAndItsOwnLinks) {
   const ssib::XmlTree source(treeOf("<r><a x='1' y='2'>t<b/><c/></a><d/></r>"), {service()});
   XML_NODE *from = source.get()->firstChild;
   from->name->flags = 7;
-  std::free(std::exchange(from->attributes->next->value->text, nullptr));
+  XML_STRING *emptied = from->attributes->next->value;
+  std::free(emptied->text);
+  emptied->text = nullptr;
   XML_NODE parent = {};
   const ssib::XmlTree tree(ssib::dupeNode(from, &parent), {service()});
   const XML_NODE *copy = tree.get(), *next = copy->nextSibling, *below = copy->firstChild->nextSibling;
