@@ -2,7 +2,6 @@
 #include "support/describe.h"
 
 #include <cstdlib>
-#include <regex>
 
 #include "platform/xml_service.h"
 #include "support/literal_task_list.h"
@@ -72,6 +71,15 @@ void put(std::string &text, const char *name, std::uint32_t number) {
 
 void put(std::string &text, const char *name, const char *value) {
   if (value != nullptr) text += std::string(" ") + name + "=" + value;
+}
+
+// A job as it was read is its letter alone, as it was added its letter and its priority.
+std::string inShort(const std::string &job) {
+  const std::size_t value = job.find('=', job.starts_with(" Timeout=600") ? 12 : 0) + 1;  // of the first text
+  const std::string letter = job.substr(value, 1);
+  if (job == " Cmd_Line=" + letter || job == " Display_Name=" + letter) return letter;
+  const std::string added = " Timeout=600 Cmd_Line=" + letter + " Display_Name=" + letter + " priority=";
+  return job.starts_with(added) && job.size() == added.size() + 1 ? letter + job.back() : job;
 }
 
 }  // namespace
@@ -145,17 +153,12 @@ std::string textOf(const SSIB_ENTRY &entry) {
 }
 
 std::string textOf(const SSIB_ENTRY_LIST *first, const SSIB_ENTRY_LIST *cursor) {
-  static const std::regex read("(?: Cmd_Line| Display_Name)=(.)");
-  static const std::regex added(" Timeout=600 Cmd_Line=(.) Display_Name=\\1 priority=([0-9])");
   std::string text;
   for (const SSIB_ENTRY_LIST *element = first; element != nullptr; element = element->next) {
     std::string job = textOf(element->entry);
     put(job, "mask", element->fieldMask);
     if (element->priority != 3) job += " priority=" + std::to_string(element->priority);
-    std::smatch found;
-    if (job.size() < 80 && (std::regex_match(job, found, read) || std::regex_match(job, found, added)))
-      job = found.format("$1$2");
-    text.append(element == cursor ? ">[" : "[").append(job).append("]");
+    text.append(element == cursor ? ">[" : "[").append(inShort(job)).append("]");
   }
   return text;
 }
