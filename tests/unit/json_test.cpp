@@ -117,6 +117,9 @@ TEST_F(Json, ATextThatIsNoListLeavesListAndCursorAlone) {
   EXPECT_EQ(host().events.back(), "|ERROR: invalid parameter 1.");
   EXPECT_EQ(outcome("parse [[]"), before);
   EXPECT_EQ(outcome("parse [{\"FQDD\":\"c\"}]"), "0; 1 mode 1 a.json >[a][b][ FQDD=c] | a.json=ab");
+  host().forgetEvents();
+  EXPECT_EQ(parse(R"([{"JobType":"UPDAT"}{"JobType":"UPDATES"}{"FQDD":"UPDATE"}])").substr(0, 4), "read");
+  EXPECT_EQ(host().calls.size(), 1U) << "a job type that begins with UPDATE sets the attribute, no other";
   EXPECT_EQ(ssib::jsonWriter(nullptr, "text"), EFI_INVALID_PARAMETER);
   EXPECT_EQ(ssib::jsonWriter(stdout, nullptr), EFI_INVALID_PARAMETER);
 }

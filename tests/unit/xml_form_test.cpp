@@ -122,8 +122,13 @@ TEST_F(XmlForm, WritesAllOfAnEntryAndCutsQuotesOffItsCommand) {
   const std::string block =
       "<SSIB_INFO>\n<SSIB_BLOCK Version=\"-2147483647\" BLOCK_ID=\"2\" RT_COUNT=\"6\" RTN_CODE=\"5\" TIMEOUT=\"600\" "
       "RB_TYPE=\"3\" RB_REQ=\"4\" LU_CATEGORY=\"cat\" TASK_NAME=\"task\" JOB_ID=\"j\">\n<CMD_LINE>";
-  std::pair<std::string, const char *> rows[] = {
-      {"a <&> b", "a &lt;&amp;&gt; b"}, {"", ""}, {"\"cut\"", "cut"}, {"\"cut", "cu"}, {"\"", ""}, {"\x01", "refused"}};
+  std::pair<std::string, const char *> rows[] = {{"a <&> b", "a &lt;&amp;&gt; b"},
+                                                 {"", ""},
+                                                 {"\"cut\"", "cut"},
+                                                 {"\"cut", "cu"},
+                                                 {"\"a", ""},
+                                                 {"\"", ""},
+                                                 {"\x01", "refused"}};
   for (auto &[command, expected] : rows) {
     Job job('F');
     SSIB_ENTRY *entries[] = {&job};
