@@ -2,7 +2,6 @@
 #include "support/describe.h"
 
 #include <cstdlib>
-#include <regex>
 
 #include "platform/xml_service.h"
 #include "support/literal_task_list.h"
@@ -144,16 +143,17 @@ std::string textOf(const SSIB_ENTRY &entry) {
 }
 
 std::string textOf(const SSIB_ENTRY_LIST *first, const SSIB_ENTRY_LIST *cursor) {
-  static const std::regex read("(?: Cmd_Line| Display_Name)=(.)");
-  static const std::regex added(" Timeout=600 Cmd_Line=(.) Display_Name=\\1 priority=([0-9])");
   std::string text;
   for (const SSIB_ENTRY_LIST *element = first; element != nullptr; element = element->next) {
-    std::string job = textOf(element->entry);
+    const SSIB_ENTRY &entry = element->entry;
+    const char *const found = entry.Cmd_Line != nullptr ? entry.Cmd_Line : entry.Display_Name;
+    const std::string name = found == nullptr ? "" : found, priority = std::to_string(element->priority);
+    std::string job = textOf(entry);
     put(job, "mask", element->fieldMask);
-    if (element->priority != 3) job += " priority=" + std::to_string(element->priority);
-    std::smatch found;
-    if (job.size() < 80 && (std::regex_match(job, found, read) || std::regex_match(job, found, added)))
-      job = found.format("$1$2");
+    if (element->priority != 3) job += " priority=" + priority;
+    if (job == " Cmd_Line=" + name || job == " Display_Name=" + name) job = name;
+    if (job == " Timeout=600 Cmd_Line=" + name + " Display_Name=" + name + " priority=" + priority)
+      job = name + priority;
     text.append(element == cursor ? ">[" : "[").append(job).append("]");
   }
   return text;

@@ -102,7 +102,7 @@ TEST_F(Add, KeepsACopyOfEverythingAtThePlaceOfItsPriority) {
                kInserted +
                "|Cmd_Line: b\n|Task_Name: task\n|LU_Category: cat\n|Display_Name: b\n|Job_Type: OTHER\n|FQDD: fqdd\n"
                "|Resource_URI: uri\n|Resource_Type: type\n|Resource_Namespace: ns\n|ADDTOQ : Doing an Append Lo\n" +
-               kInserted + "= 0\n1 Main.ssib [ Timeout=600 Cmd_Line=a Display_Name=a priority=200][a5][b5]\n"},
+               kInserted + "= 0\n1 Main.ssib [a200][a5][b5]\n"},
           {"nothing", "add  5", "|iAddToSSIBQueue - 0 entries addlocation = 5\n= 0\n1 Main.ssib [a5]\n"},
       },
       "open Main.ssib; add a");

@@ -165,7 +165,8 @@ TEST_F(XmlForm, ACopyHasTheSameContentsAndItsOwnLinks) {
   const ssib::XmlTree source(treeOf("<r><a x='1' y='2'>t<b/><c/></a><d/></r>"), {service()});
   XML_NODE *from = source.get()->firstChild;
   from->name->flags = 7;
-  std::free(std::exchange(from->attributes->next->value->text, nullptr));
+  std::free(from->attributes->next->value->text);
+  from->attributes->next->value->text = nullptr;
   XML_NODE parent = {};
   const ssib::XmlTree tree(ssib::dupeNode(from, &parent), {service()});
   const XML_NODE *copy = tree.get(), *next = copy->nextSibling, *below = copy->firstChild->nextSibling;
