@@ -272,6 +272,8 @@ TEST_F(Replace, PutsACopyInTheEntrysPlace) {
            "1 Main.ssib [a5][b5][ Timeout=600 Display_Name=o Node=<o/> priority=5]\n"},
       },
       "open Main.ssib; add ab", "iReplaceSSIBEntry|");
+  const std::string compared = play("open a.json; add a; replace b a");
+  EXPECT_NE(compared.find("|e1->Display_Name [b].\n|e2->Display_Name [a].\n"), std::string::npos) << compared;
 }
 
 TEST_F(Arguments, BadOnesAreRefusedAndChangeNothing) {

@@ -120,6 +120,7 @@ TEST_F(Json, ATextThatIsNoListLeavesListAndCursorAlone) {
   host().forgetEvents();
   EXPECT_EQ(parse(R"([{"JobType":"UPDAT"}{"JobType":"UPDATES"}{"FQDD":"UPDATE"}])").substr(0, 4), "read");
   EXPECT_EQ(host().calls.size(), 1U) << "a job type that begins with UPDATE sets the attribute, no other";
+  EXPECT_NE(play("fail allocation 1; parse [{}]").find("|ERROR: unable to create new entry\n"), std::string::npos);
   EXPECT_EQ(ssib::jsonWriter(nullptr, "text"), EFI_INVALID_PARAMETER);
   EXPECT_EQ(ssib::jsonWriter(stdout, nullptr), EFI_INVALID_PARAMETER);
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The XML queue file's form: what blocks become entries, what entries become blocks, and the copies of trees.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -101,6 +102,12 @@ TEST_F(XmlForm, ReadsTheLastUnknownChildWhateverTheEarlierOnesLack) {
     EXPECT_EQ(isRead, nth >= 3) << nth;
     ssib::le_free_list(service(), list);
   }
+}
+
+TEST_F(XmlForm, ReportsACopyOfEachUnknownChildWithAllThatFollows) {
+  host().files["VAR025/Main.ssib"] = "<r><b><n/><o><m/><m/></o><p/></b></r>";
+  outcome("open Main.ssib");
+  EXPECT_EQ(std::ranges::count(host().events, "dupeNode|About to dupe the XML Node"), 5 + 4 + 1);
 }
 
 TEST_F(XmlForm, ReadsTreesThatNoParserMakes) {
