@@ -17,8 +17,8 @@ inline void require(bool holds, const char *what) {
   std::abort();
 }
 
-// The library, started on a new platform whose file of that name holds the input. At the end no stream may be open and no
-// block left.
+// The library, started on a new platform whose file of that name holds the input. At the end no stream may be open and
+// no block left.
 struct Run {
   Run(const std::string &name, const std::uint8_t *data, std::size_t size) : name_(test::wide(name)) {
     test::resetPlatform();

@@ -37,9 +37,10 @@ XML_NODE *staticNode(char name) {
 std::string xmlFileOf(const std::string &jobs) {
   if (jobs.empty()) return "<SSIB_INFO/>\n";
   std::string file = "<SSIB_INFO>\n";
-  for (const char job : jobs)
+  for (const char job : jobs) {
     file += "<SSIB_BLOCK Version=\"0\" BLOCK_ID=\"0\" LU_CATEGORY=\"cat\" TASK_NAME=\"task\">\n" +
             (job == 'n' ? kNode : "<CMD_LINE>" + std::string(1, job) + "</CMD_LINE>") + "\n</SSIB_BLOCK>\n";
+  }
   return file + "</SSIB_INFO>\n";
 }
 
@@ -74,7 +75,7 @@ void put(std::string &text, const char *name, const char *value) {
 
 }  // namespace
 
-Job::Job(char name) : SSIB_ENTRY{} {
+Job::Job(char name) : SSIB_ENTRY() {
   static char names[256][2];
   if (name == '-') return;
   char *const ownName = names[static_cast<unsigned char>(name)];

@@ -29,9 +29,9 @@ struct Platform {
   // "open VAR025/Main.ssib r", "close VAR025 r", "delete VAR025/Main.ssib", "getSize", "ParseImage", "SerializeTree",
   // "CreateNode NAME", "DeleteTree", "set NAME 6 0"
   std::vector<std::string> calls;
-  // Calls, and log lines as "|TEXT" ("TAG|TEXT" for a tag of its own), in one sequence. The trace line that has to follow
-  // a call is left out, but for a source other than "ssib_if2_backend", as in "open VAR025/a.json w (json)". "NOT TRACED"
-  // stands where it is missing, wrong or unasked.
+  // Calls, and log lines as "|TEXT" ("TAG|TEXT" for a tag of its own), in one sequence. The trace line that has to
+  // follow a call is left out, but for a source other than "ssib_if2_backend", as in "open VAR025/a.json w (json)".
+  // "NOT TRACED" stands where it is missing, wrong or unasked.
   std::vector<std::string> events;
   std::set<std::string> callSites;  // "ssib_if2_backend:51", of the trace
   std::string owedTrace;            // the rest of the trace line that has to come next

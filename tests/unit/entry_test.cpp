@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Getting, adding, deleting, comparing and replacing entries: the copies that change hands, what is reported, and what is
-// refused, by the other operations too.
+// Getting, adding, deleting, comparing and replacing entries: the copies that change hands, what is reported, and what
+// is refused, by the other operations too.
 #include "ssib_if2_backend/list.h"
 #include "support/library_test.h"
 
@@ -173,8 +173,8 @@ class Rules : public LibraryTest {
   }
 };
 
-// The answers when the texts differ in their last byte that counts, when they differ after it, when the element has none,
-// when the key has none, and when neither has one.
+// The answers when the texts differ in their last byte that counts, when they differ after it, when the element has
+// none, when the key has none, and when neither has one.
 constexpr const char *kAny = "11111", *kBoth = "01000", *kSame = "01001", *kWhere = "01111";
 
 TEST_F(Rules, OfTextsHoldForEachQuestion) {

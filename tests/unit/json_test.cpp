@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Task lists: the document of the examples, odd texts, and random ones, which the library and a literal version of it must
-// read and write alike.
+// Task lists: the document of the examples, odd texts, and random ones, which the library and a literal version of it
+// must read and write alike.
 #include <random>
 
 #include "json/writer.h"

@@ -244,7 +244,10 @@ TEST_F(Flush, ATaskListTakesTheseSteps) {
 TEST_F(Flush, NeedsANameAndForATaskListAJob) {
   const std::string nameless = "|iFlushSSIBQueue  SSIB2->ssibFileName is null. Returning with error\n";
   EXPECT_EQ(play("flush"), kCalled + nameless + "= 300004\n0\n");
-  EXPECT_EQ(outcome("open Main.ssib; fail Create 1 0; flush"), "300004; 1 Main.ssib") << "no root, no entries";
+  outcome("open Main.ssib");
+  EXPECT_EQ(play("fail Create 1 0; flush"), kCalled +
+                                                "|iFlushSSIBQueue  create_xml_tree with ssibEntryListHead = 0.\n" +
+                                                kCreate + kNoTree + "1 Main.ssib\n");
   outcome("close");
   host() = Platform();
   outcome("open a.json");

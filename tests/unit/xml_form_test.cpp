@@ -28,7 +28,7 @@ class XmlForm : public LibraryTest {
   std::string listOf(const std::string &blocks) {
     host().files["VAR025/Main.ssib"] = "<r>" + blocks + "</r>";
     EXPECT_EQ(iOpenSSIB(&handle, L"Main.ssib"), EFI_SUCCESS);
-    const std::string list = textOf(handle.ssibEntryListHead);
+    std::string list = textOf(handle.ssibEntryListHead);
     tidy();
     return list;
   }
@@ -36,7 +36,7 @@ class XmlForm : public LibraryTest {
   std::string listOf(const XML_NODE &root) {
     SSIB_LINK list = nullptr;
     EXPECT_EQ(ssib::readEntries(service(), root, &list), EFI_SUCCESS);
-    const std::string text = textOf(list);
+    std::string text = textOf(list);
     ssib::le_free_list(service(), list);
     return text;
   }
