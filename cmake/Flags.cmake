@@ -13,7 +13,7 @@ target_compile_options(vyx_warnings INTERFACE
   -Wall -Wextra -Wconversion -Wshadow $<$<BOOL:${VYXSSIB_WERROR}>:-Werror>)
 
 add_library(vyx_flags INTERFACE)
-target_compile_definitions(vyx_flags INTERFACE _GNU_SOURCE _FILE_OFFSET_BITS=64)
+target_compile_definitions(vyx_flags INTERFACE _GNU_SOURCE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 target_link_libraries(vyx_flags INTERFACE vyx_warnings vyx_sanitizers)
 
 add_library(vyx_strict_c INTERFACE)

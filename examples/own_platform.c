@@ -4,8 +4,9 @@
  * A host that brings a platform of its own: the seven functions that the library needs, on a partition in memory. It is
  * enough for task lists. For XML queues the service at the end would have to read and write documents, too.
  *
- * The library takes the functions from whatever the program offers to its shared libraries, so the program is not linked
- * with libVyxHostPlatform.so, and with -rdynamic: without that a library that is loaded by dlopen would not find them.
+ * The library takes the functions from whatever the program offers to its shared libraries, so the program is not
+ * linked with libVyxHostPlatform.so, and with -rdynamic: without that a library that is loaded by dlopen would not find
+ * them.
  */
 #define _POSIX_C_SOURCE 200809L
 

@@ -2,18 +2,14 @@
 // The configuration service: integer attributes in one file, an object that maps each name to [kind, value]. The file
 // may be changed by others between two calls; what was read is used again only while the file is the same.
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <exception>
-#include <fstream>
+#include <array>
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "paths.h"
-#include "PlatformServices.h"
 #include "replacement.h"
+#include "utf8.h"
 
 namespace vyx::platform {
 namespace {
@@ -21,81 +17,84 @@ namespace {
 using nlohmann::json;
 
 constexpr const char *kFileName = "attributes.json";
+constexpr std::uint32_t kPatience = 10'000;  // milliseconds that another process may take to set an attribute
+constexpr int kDeepest = 16;                 // of what others have put into the file; a value of our own has depth 1
 
-// Tells a file from every other one and from its own earlier contents, without reading it.
-struct Identity {
-  dev_t device = 0;
-  ino_t inode = 0;  // 0: no file
-  off_t size = 0;
-  timespec modified = {};
-
-  bool operator==(const Identity &other) const {
-    return device == other.device && inode == other.inode && size == other.size &&
-           modified.tv_sec == other.modified.tv_sec && modified.tv_nsec == other.modified.tv_nsec;
-  }
-};
+// Tells a file from every other one and from its own earlier contents, without reading it: device, inode, size and time
+// of the last change.
+using Identity = std::array<std::int64_t, 5>;
 
 Identity identityOf(const struct stat &info) {
-  return {info.st_dev, info.st_ino, info.st_size, info.st_mtim};
+  return {static_cast<std::int64_t>(info.st_dev), static_cast<std::int64_t>(info.st_ino), info.st_size,
+          info.st_mtim.tv_sec, info.st_mtim.tv_nsec};
 }
 
 struct Attributes {
-  std::string path;  // empty: nothing was read yet
-  Identity identity;
+  std::string path;        // empty: nothing was read yet
+  Identity identity = {};  // all 0 without a file
   json values = json::object();
 };
 Attributes cache;
 
-// False for whatever is no regular file, but not for no file at all.
-bool identify(const Path &path, Identity &identity) {
-  struct stat info {};
-  if (lstat(path.text, &info) != 0) return errno == ENOENT;
-  identity = identityOf(info);
-  return S_ISREG(info.st_mode);
-}
-
-bool refresh(const Path &path) {
-  Identity identity;
-  if (!identify(path, identity)) return false;
-  if (cache.path == path.text && cache.identity == identity) return true;
-  json values = json::object();
-  if (identity.inode != 0) values = json::parse(std::ifstream(path.text, std::ios::binary));
-  if (!values.is_object()) return false;
-  cache = {path.text, identity, std::move(values)};
-  return true;
-}
-
-bool writeAll(int descriptor, const std::string &text) {
-  for (std::size_t done = 0; done < text.size();) {
-    const ssize_t count = write(descriptor, text.data() + done, text.size() - done);
-    if (count < 0 && errno != EINTR) return false;
-    if (count > 0) done += static_cast<std::size_t>(count);
+std::string readAll(const Descriptor &file) {
+  std::string text;
+  char block[4096];
+  while (true) {
+    const ssize_t count = untilDone([&] { return read(file.get(), block, sizeof(block)); });
+    require(count >= 0, EFI_DEVICE_ERROR);
+    if (count == 0) return text;
+    text.append(block, static_cast<std::size_t>(count));
   }
-  return true;
 }
 
-bool store(const Path &directory, const Path &path, json values) {
-  const std::string text = values.dump(2) + '\n';
-  FileReplacement replacement;
+// Releasing a value takes stack for each level of it, so no deep one is ever built.
+json parse(const std::string &text) {
+  json values = json::parse(text, [](int depth, json::parse_event_t, const json &) {
+    require(depth <= kDeepest, EFI_INVALID_PARAMETER);
+    return true;
+  });
+  require(values.is_object(), EFI_INVALID_PARAMETER);
+  return values;
+}
+
+void refresh(const std::string &path) {
   struct stat info {};
-  if (replacement.begin(directory, path) != EFI_SUCCESS) return false;
-  if (!writeAll(replacement.descriptor(), text)) return false;
-  if (fstat(replacement.descriptor(), &info) != 0) return false;
-  if (replacement.commit() != EFI_SUCCESS) return false;
-  cache = {path.text, identityOf(info), std::move(values)};
-  return true;
+  if (lstat(path.c_str(), &info) != 0) {
+    if (errno != ENOENT) throw failureOf(errno);
+    cache = {path, {}, json::object()};
+    return;
+  }
+  if (cache.path == path && cache.identity == identityOf(info)) return;
+  const Descriptor file = openRegular(AT_FDCWD, path.c_str(), O_RDONLY);
+  const Identity identity = identityOf(statusOfFile(file));
+  cache = {path, identity, parse(readAll(file))};
 }
 
-bool setAttribute(const char *name, int kind, int value) {
-  Path directory, path;
-  if (rootPath(directory) != EFI_SUCCESS || childPath(directory, kFileName, path) != EFI_SUCCESS) return false;
-  if (!refresh(path)) return false;
-  json wanted = json::array({kind, value});
+bool hasValue(const std::string &path, const char *name, const json &wanted) {
+  refresh(path);
   const auto found = cache.values.find(name);
-  if (found != cache.values.end() && *found == wanted) return true;
+  return found != cache.values.end() && *found == wanted;
+}
+
+void store(const std::string &root, const std::string &path, json values) {
+  Replacement replacement;
+  replacement.begin(root, kFileName);
+  require(replacement.write(values.dump(2) + '\n'), EFI_DEVICE_ERROR);
+  const Identity identity = identityOf(replacement.status());
+  replacement.commit();
+  cache = {path, identity, std::move(values)};
+}
+
+// Without the lock, of two processes that set different attributes one could write back what it read before the other.
+void setAttribute(const char *name, int kind, int value) {
+  const json wanted = json::array({kind, value});
+  const std::string root = rootPath(), path = root + '/' + kFileName;
+  if (hasValue(path, name, wanted)) return;
+  const Lock lock(root, kPatience);
+  if (hasValue(path, name, wanted)) return;
   json values = cache.values;
-  values[name] = std::move(wanted);
-  return store(directory, path, std::move(values));
+  values[name] = wanted;
+  store(root, path, std::move(values));
 }
 
 }  // namespace
@@ -107,12 +106,8 @@ extern "C" {
 
 // -1 when the attribute could not be set; a file that cannot be read or understood is left as it is.
 int CfgSetAttributeInt(const char *name, int kind, int value) {
-  if (name == nullptr || *name == '\0') return -1;
-  try {
-    return setAttribute(name, kind, value) ? 0 : -1;
-  } catch (const std::exception &) {  // no memory, or a text that JSON does not know
-    return -1;
-  }
+  if (name == nullptr || *name == '\0' || !isUtf8(name)) return -1;
+  return statusOf([&] { setAttribute(name, kind, value); }) == EFI_SUCCESS ? 0 : -1;
 }
 
 }  // extern "C"

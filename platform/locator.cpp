@@ -3,33 +3,27 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "debug_log.h"
-#include "PlatformServices.h"
+#include "failure.h"
+#include "logs.h"
 #include "xml_service.h"
 
 namespace vyx::platform {
 namespace {
 
-EFI_STATUS findXmlService(void **instance) {
-  *instance = xmlService();
-  return EFI_SUCCESS;
-}
-
 // A provider gives its one instance, or null when it has none at the moment.
 struct Provider {
   EFI_GUID guid;
-  EFI_STATUS (*find)(void **instance);
+  void *(*find)();
 };
 constexpr Provider kProviders[] = {
-    {VYX_XML_SERVICE_GUID, findXmlService},
+    {VYX_XML_SERVICE_GUID, []() -> void * { return xmlService(); }},
     {VYX_DEBUG_LOG_GUID, findDebugLog},
 };
 
-EFI_STATUS findInstance(const EFI_GUID &guid, void **instance) {
+void *findInstance(const EFI_GUID &guid) {
   for (const auto &provider : kProviders)
-    if (std::memcmp(&provider.guid, &guid, sizeof(guid)) == 0) return provider.find(instance);
-  *instance = nullptr;
-  return EFI_SUCCESS;
+    if (std::memcmp(&provider.guid, &guid, sizeof(guid)) == 0) return provider.find();
+  return nullptr;
 }
 
 }  // namespace
@@ -39,20 +33,20 @@ using namespace vyx::platform;
 
 extern "C" {
 
-// EFI_INVALID_PARAMETER for a null argument, EFI_OUT_OF_RESOURCES without memory. There is at most one instance.
+// EFI_INVALID_PARAMETER for a null argument, EFI_OUT_OF_RESOURCES without memory, EFI_DEVICE_ERROR for a debug log that
+// cannot be opened. There is at most one instance.
 EFI_STATUS getProtocolInstanceByGuid(const EFI_GUID *guid, uint32_t *count, void ***instances) {
   if (guid == nullptr || count == nullptr || instances == nullptr) return EFI_INVALID_PARAMETER;
   *count = 0;
   *instances = nullptr;
-  void *instance = nullptr;
-  if (const EFI_STATUS status = findInstance(*guid, &instance); status != EFI_SUCCESS) return status;
-  if (instance == nullptr) return EFI_SUCCESS;
-  auto **array = static_cast<void **>(std::malloc(sizeof(void *)));
-  if (array == nullptr) return EFI_OUT_OF_RESOURCES;
-  array[0] = instance;
-  *instances = array;
-  *count = 1;
-  return EFI_SUCCESS;
+  return statusOf([&] {
+    void *instance = findInstance(*guid);
+    if (instance == nullptr) return;
+    *instances = static_cast<void **>(std::malloc(sizeof(void *)));
+    if (*instances == nullptr) throw std::bad_alloc();
+    **instances = instance;
+    *count = 1;
+  });
 }
 
 }  // extern "C"

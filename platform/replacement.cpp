@@ -1,120 +1,125 @@
 // SPDX-License-Identifier: MIT
-// Replaces a file in one step. The file beside the target has a name with a leading dot, which no client of the
-// partition storage can open, and an flock on it for as long as its writer lives.
+// The file beside the target has a name with a leading dot, which no client of the partition storage can open, and an
+// flock on it for as long as its writer lives.
 #include "replacement.h"
 
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <algorithm>
+#include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <string_view>
-#include <utility>
+#include <memory>
+#include <optional>
 
 namespace vyx::platform {
 namespace {
 
-constexpr std::string_view kPrefix = ".new-";
-constexpr const char *kPattern = ".new-XXXXXX";
+constexpr std::string_view kPattern = ".new-XXXXXX", kPrefix = ".new-";
 
-bool wantSync() {
-  const char *setting = std::getenv("VARSK_SYNC");
-  return setting == nullptr || std::strcmp(setting, "0") != 0;
+bool lock(const Descriptor &file, int mode) {
+  return untilDone([&] { return flock(file.get(), mode); }) == 0;
 }
 
-bool lock(int descriptor, int mode) {
-  int result = 0;
-  do {
-    result = flock(descriptor, mode);
-  } while (result != 0 && errno == EINTR);
-  return result == 0;
+bool isTemporaryName(std::string_view name) {
+  const auto isLetter = [](char c) {
+    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+  };
+  return name.size() == kPattern.size() && name.starts_with(kPrefix) &&
+         std::all_of(name.begin() + kPrefix.size(), name.end(), isLetter);
 }
 
 // A lock that can be had has no living owner. Its owner-to-be, when it has made the file but not yet locked it, sees
 // that the file is gone and makes another.
 void removeIfStale(int directory, const char *name) {
-  const int descriptor = openat(directory, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-  if (descriptor < 0) return;
-  if (lock(descriptor, LOCK_EX | LOCK_NB)) unlinkat(directory, name, 0);
-  close(descriptor);
+  if (statusAt(directory, name).st_uid != geteuid()) return;
+  const Descriptor file = openRegular(directory, name, O_RDONLY);
+  if (lock(file, LOCK_EX | LOCK_NB)) unlinkat(directory, name, 0);
 }
 
-void removeStaleFiles(const Path &path) {
-  DIR *directory = opendir(path.text);
+struct Close {
+  void operator()(DIR *directory) const { closedir(directory); }
+};
+
+void removeStaleFiles(const Descriptor &path) {
+  Descriptor opened(openat(path.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const std::unique_ptr<DIR, Close> directory(fdopendir(opened.get()));
   if (directory == nullptr) return;
-  while (const dirent *entry = readdir(directory))
-    if (std::string_view(entry->d_name).starts_with(kPrefix)) removeIfStale(dirfd(directory), entry->d_name);
-  closedir(directory);
+  opened.release();
+  while (const dirent *entry = readdir(directory.get()))
+    if (isTemporaryName(entry->d_name)) statusOf([&] { removeIfStale(path.get(), entry->d_name); });
 }
 
-// Makes a directory and what is missing above it, for the owner alone. What was made outlasts a power loss like the file
-// that is to come into it.
-EFI_STATUS makeDirectories(const Path &path) {
-  Path part = path, parent;
-  parent.text[0] = path.text[0] == '/' ? '/' : '.';
-  for (char *slash = part.text; slash != nullptr;) {
-    slash = std::strchr(slash + 1, '/');
-    if (slash != nullptr) *slash = '\0';
-    const bool isNew = mkdir(part.text, 0700) == 0;
-    if (!isNew && errno != EEXIST) return statusOfErrno(errno);
-    if (isNew && syncDirectory(parent) != EFI_SUCCESS) return EFI_DEVICE_ERROR;
-    parent = part;
-    if (slash != nullptr) *slash = '/';
+std::optional<struct stat> findAt(const Descriptor &directory, const std::string &name) {
+  try {
+    return statusAt(directory.get(), name.c_str());
+  } catch (const Failure &failure) {
+    if (failure.status != EFI_NOT_FOUND) throw;
+    return std::nullopt;
   }
-  return EFI_SUCCESS;
-}
-
-bool isLinked(int descriptor) {
-  struct stat info {};
-  return fstat(descriptor, &info) == 0 && info.st_nlink > 0;
 }
 
 }  // namespace
 
-FileReplacement::~FileReplacement() {
-  if (temporary_.text[0] != '\0') unlink(temporary_.text);
-  if (descriptor_ >= 0) close(descriptor_);
+Replacement::~Replacement() {
+  if (!temporary_.empty() && isOwn()) unlinkat(directory_.get(), temporary_.c_str(), 0);
 }
 
-EFI_STATUS FileReplacement::create() {
-  Path temporary;
-  if (const EFI_STATUS status = childPath(directory_, kPattern, temporary); status != EFI_SUCCESS) return status;
-  descriptor_ = mkostemp(temporary.text, O_CLOEXEC);
-  if (descriptor_ < 0) return statusOfErrno(errno);
-  temporary_ = temporary;
-  return lock(descriptor_, LOCK_EX) && fchmod(descriptor_, 0600) == 0 ? EFI_SUCCESS : EFI_DEVICE_ERROR;
+bool Replacement::isOwn() const {
+  return process_ == getpid();
 }
 
-EFI_STATUS FileReplacement::begin(const Path &directory, const Path &target) {
-  directory_ = directory;
+bool Replacement::targetExists() const {
+  const auto old = findAt(directory_, target_);
+  if (!old) return false;
+  require(S_ISREG(old->st_mode), EFI_ACCESS_DENIED);
+  if (faccessat(directory_.get(), target_.c_str(), W_OK, AT_EACCESS) != 0) throw failureOf(errno);
+  return true;
+}
+
+void Replacement::makeFile() {
+  std::string path = path_ + '/' + std::string(kPattern);
+  const int opened = mkostemp(path.data(), O_CLOEXEC);
+  if (opened >= 0) temporary_ = path.substr(path_.size() + 1);
+  file_ = Descriptor(opened);
+  require(lock(file_, LOCK_EX), EFI_DEVICE_ERROR);
+}
+
+void Replacement::begin(const std::string &directory, const std::string &target) {
+  process_ = getpid();
+  path_ = directory;
   target_ = target;
-  if (const EFI_STATUS status = makeDirectories(directory); status != EFI_SUCCESS) return status;
-  removeStaleFiles(directory);
-  while (true) {
-    if (const EFI_STATUS status = create(); status != EFI_SUCCESS) return status;
-    if (isLinked(descriptor_)) return EFI_SUCCESS;
-    close(std::exchange(descriptor_, -1));
-  }
+  makeDirectories(path_);
+  directory_ = openDirectory(path_, O_RDONLY);
+  if (!targetExists()) syncAncestors(path_);
+  statusOf([&] { removeStaleFiles(directory_); });  // what cannot be removed stays, and stops nobody
+  do {
+    makeFile();
+  } while (status().st_nlink == 0);
 }
 
-EFI_STATUS FileReplacement::commit() {
-  if (wantSync() && fsync(descriptor_) != 0) return EFI_DEVICE_ERROR;
-  if (rename(temporary_.text, target_.text) != 0) return EFI_DEVICE_ERROR;
-  temporary_.text[0] = '\0';
-  return syncDirectory(directory_);
+bool Replacement::write(std::string_view text) const {
+  return isOwn() && writeAll(file_.get(), text);
 }
 
-EFI_STATUS syncDirectory(const Path &path) {
-  if (!wantSync()) return EFI_SUCCESS;
-  const int directory = open(path.text, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (directory < 0) return EFI_DEVICE_ERROR;
-  const bool synced = fsync(directory) == 0;
-  close(directory);
-  return synced ? EFI_SUCCESS : EFI_DEVICE_ERROR;
+// A group that the file could not be given does not get the rights of the one that had them.
+void Replacement::setOwnerAndMode() const {
+  const auto old = findAt(directory_, target_);
+  const bool hasGroup = giveTo(old ? *old : statusOfFile(directory_), file_);
+  const mode_t mode = old ? old->st_mode & 0777 : 0600;
+  fchmod(file_.get(), hasGroup ? mode : mode & ~mode_t{070});
+}
+
+void Replacement::commit() {
+  require(isOwn(), EFI_DEVICE_ERROR);
+  setOwnerAndMode();
+  sync(file_);
+  const int directory = directory_.get();
+  require(renameat(directory, temporary_.c_str(), directory, target_.c_str()) == 0, EFI_DEVICE_ERROR);
+  temporary_.clear();
+  sync(directory_);
 }
 
 }  // namespace vyx::platform

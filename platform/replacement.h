@@ -1,40 +1,52 @@
 /* SPDX-License-Identifier: MIT */
-// Replaces a file in one step: the new contents are written beside the old file and take its
-// place when they are complete.
+// Replaces a file in one step: the new contents are written beside the old file and take its place when they are
+// complete.
 #pragma once
 
-#include "paths.h"
+#include <string>
+
+#include "files.h"
 
 namespace vyx::platform {
 
-// Until commit() succeeds the target is untouched; the destructor removes what was written beside it. When a
-// process dies in between, the next writer in that directory removes it, and knows it from the file of a
-// living writer by its lock.
-class FileReplacement {
+// Until commit() succeeds the target is untouched; the destructor removes what was written beside it. When a process
+// dies in between, the next writer in that directory removes it, and knows it from the file of a living writer by its
+// lock. A child that is forked meanwhile has a copy of the object, but the file stays its parent's.
+class Replacement {
  public:
-  FileReplacement() = default;
-  FileReplacement(const FileReplacement &) = delete;
-  FileReplacement &operator=(const FileReplacement &) = delete;
-  ~FileReplacement();
+  Replacement() = default;
+  Replacement(const Replacement &) = delete;
+  Replacement &operator=(const Replacement &) = delete;
+  ~Replacement();
 
-  // Makes the directory, when it is missing, and the new file with mode 0600.
-  EFI_STATUS begin(const Path &directory, const Path &target);
+  // Makes the directory, when it is missing, and the new file. EFI_ACCESS_DENIED when there is something at the
+  // target's name that is not a regular file, or one that may not be written, though its directory would allow to
+  // replace it.
+  void begin(const std::string &directory, const std::string &target);
 
-  // The new file, open for writing. Stays the replacement's: it carries the lock.
-  int descriptor() const { return descriptor_; }
+  // False when that failed, and in a child.
+  bool write(std::string_view text) const;
 
-  // Puts the file into the target's place. It outlasts a power loss, unless VARSK_SYNC=0 says that it need not.
-  // EFI_DEVICE_ERROR: the target has its old contents; only when the directory could not be synchronised, the new ones.
-  EFI_STATUS commit();
+  // The new file, which has the modification time of the last write.
+  struct stat status() const {
+    return statusOfFile(file_);
+  }
+
+  // Puts the file into the target's place, with owner, group and mode of the old one where the system permits that; a
+  // new one belongs to the owner of the directory, mode 0600. It outlasts a power loss, unless VARSK_SYNC=0 says that
+  // it need not. EFI_DEVICE_ERROR: the target has its old contents; only when the directory could not be
+  // synchronised, the new ones.
+  void commit();
 
  private:
-  EFI_STATUS create();
+  bool isOwn() const;
+  bool targetExists() const;
+  void makeFile();
+  void setOwnerAndMode() const;
 
-  int descriptor_ = -1;
-  Path directory_, target_, temporary_;
+  int process_ = 0;
+  std::string path_, target_, temporary_;
+  Descriptor directory_, file_;
 };
-
-// Makes a finished change of a directory's entries outlast a power loss, unless VARSK_SYNC=0.
-EFI_STATUS syncDirectory(const Path &directory);
 
 }  // namespace vyx::platform

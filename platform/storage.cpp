@@ -2,95 +2,63 @@
 // Partition storage: a partition is a directory, a file of it a regular file there. A file opened with "w" is replaced
 // in one step at its close; until then, and whenever anything went wrong, the old one is there, whole.
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <memory>
-#include <new>
-#include <utility>
 
-#include "paths.h"
-#include "PlatformServices.h"
 #include "replacement.h"
 
 namespace vyx::platform {
 namespace {
 
-// The streams open for writing. No lock guards the chain: calls are serialised by their callers.
-struct WriteStream {
-  std::FILE *stream = nullptr;
-  FileReplacement replacement;
-  std::unique_ptr<WriteStream> next;
+using Replacements = std::map<std::FILE *, std::unique_ptr<Replacement>>;
+
+// Of the streams open for writing. No lock guards them: calls are serialised by their callers. Never destroyed: the C
+// library flushes streams that are open when the process ends, after all destructors.
+Replacements &replacements() {
+  static auto &instance = *new Replacements;
+  return instance;
+}
+
+bool isMode(const char *mode, const char *wanted) {
+  return mode != nullptr && std::strcmp(mode, wanted) == 0;
+}
+
+std::FILE *openToRead(const std::string &partition, const std::string &name) {
+  Descriptor file = openRegular(openDirectory(partition, O_PATH).get(), name.c_str(), O_RDONLY);
+  std::FILE *stream = fdopen(file.get(), "r");
+  require(stream != nullptr, EFI_DEVICE_ERROR);
+  file.release();
+  return stream;
+}
+
+// Whatever is less than `size` is an error of the stream.
+ssize_t writeToReplacement(void *cookie, const char *text, std::size_t size) {
+  return static_cast<Replacement *>(cookie)->write({text, size}) ? static_cast<ssize_t>(size) : 0;
+}
+
+struct Close {
+  void operator()(std::FILE *stream) const { std::fclose(stream); }
 };
-std::unique_ptr<WriteStream> writeStreams;
 
-std::unique_ptr<WriteStream> takeWriteStream(const std::FILE *stream) {
-  for (auto *link = &writeStreams; *link != nullptr; link = &(*link)->next) {
-    if ((*link)->stream != stream) continue;
-    auto found = std::move(*link);
-    *link = std::move(found->next);
-    return found;
-  }
-  return nullptr;
+std::FILE *openToWrite(const std::string &partition, const std::string &name) {
+  auto replacement = std::make_unique<Replacement>();
+  replacement->begin(partition, name);
+  std::unique_ptr<std::FILE, Close> stream(
+      fopencookie(replacement.get(), "w", {nullptr, writeToReplacement, nullptr, nullptr}));
+  require(stream != nullptr, EFI_DEVICE_ERROR);
+  replacements().emplace(stream.get(), std::move(replacement));
+  return stream.release();
 }
 
-bool isReading(const char *mode) {
-  return std::strcmp(mode, "r") == 0;
-}
-bool isWriting(const char *mode) {
-  return std::strcmp(mode, "w") == 0;
-}
-
-// Looks before anything is opened: opening alone can block on a fifo and does things to a device.
-EFI_STATUS requireRegular(const Path &path) {
-  struct stat info {};
-  if (lstat(path.text, &info) != 0) return statusOfErrno(errno);
-  return S_ISREG(info.st_mode) ? EFI_SUCCESS : EFI_ACCESS_DENIED;
-}
-
-// A file that the system does not let us write is not replaced either, though its directory would allow that.
-EFI_STATUS requireWritable(const Path &path) {
-  const EFI_STATUS status = requireRegular(path);
-  if (status == EFI_NOT_FOUND) return EFI_SUCCESS;
-  if (status != EFI_SUCCESS) return status;
-  return faccessat(AT_FDCWD, path.text, W_OK, AT_EACCESS) == 0 ? EFI_SUCCESS : statusOfErrno(errno);
-}
-
-EFI_STATUS streamOf(int descriptor, const char *mode, std::FILE **stream) {
-  if (descriptor < 0) return statusOfErrno(errno);
-  *stream = fdopen(descriptor, mode);
-  if (*stream != nullptr) return EFI_SUCCESS;
-  close(descriptor);
-  return EFI_DEVICE_ERROR;
-}
-
-// A file that is there but does not open, for want of descriptors, say, is not permitted rather than failed: the library
-// would take any other status for a missing file, and an empty queue would be written over this one.
-EFI_STATUS openToRead(const Path &path, std::FILE **stream) {
-  if (const EFI_STATUS status = requireRegular(path); status != EFI_SUCCESS) return status;
-  const EFI_STATUS status = streamOf(open(path.text, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC), "r", stream);
-  return status == EFI_DEVICE_ERROR ? EFI_ACCESS_DENIED : status;
-}
-
-EFI_STATUS openToWrite(const Path &directory, const Path &path, std::FILE **stream) {
-  if (const EFI_STATUS status = requireWritable(path); status != EFI_SUCCESS) return status;
-  std::unique_ptr<WriteStream> opened(new (std::nothrow) WriteStream);
-  if (opened == nullptr) return EFI_DEVICE_ERROR;
-  FileReplacement &replacement = opened->replacement;
-  if (const EFI_STATUS status = replacement.begin(directory, path); status != EFI_SUCCESS)
-    return status == EFI_NOT_FOUND ? EFI_DEVICE_ERROR : status;
-  // A descriptor of its own: closing the stream must not give the replacement's lock up before
-  // the file is in its place.
-  const int descriptor = fcntl(replacement.descriptor(), F_DUPFD_CLOEXEC, 0);
-  if (const EFI_STATUS status = streamOf(descriptor, "w", stream); status != EFI_SUCCESS) return status;
-  opened->stream = *stream;
-  opened->next = std::move(writeStreams);
-  writeStreams = std::move(opened);
-  return EFI_SUCCESS;
+// A file that is there but does not open, for lack of descriptors, say, is not permitted rather than failed: the
+// library would take any other status for a missing file, and an empty queue would be written over this one.
+EFI_STATUS forReading(EFI_STATUS status) {
+  return status == EFI_SUCCESS || status == EFI_NOT_FOUND ? status : EFI_ACCESS_DENIED;
 }
 
 }  // namespace
@@ -104,33 +72,38 @@ extern "C" {
 EFI_STATUS varsk_fopen_1(const wchar_t *partition, const wchar_t *fileName, const char *mode, FILE **stream) {
   if (stream == nullptr) return EFI_INVALID_PARAMETER;
   *stream = nullptr;
-  if (partition == nullptr || fileName == nullptr || mode == nullptr) return EFI_INVALID_PARAMETER;
-  if (!isReading(mode) && !isWriting(mode)) return EFI_INVALID_PARAMETER;
-  Path directory, path;
-  if (const EFI_STATUS status = queuePath(partition, fileName, directory, path); status != EFI_SUCCESS) return status;
-  return isReading(mode) ? openToRead(path, stream) : openToWrite(directory, path, stream);
+  const bool isReading = isMode(mode, "r");
+  if (partition == nullptr || fileName == nullptr || !(isReading || isMode(mode, "w"))) return EFI_INVALID_PARAMETER;
+  const EFI_STATUS status = statusOf([&] {
+    const std::string path = partitionPath(partition), name = vyx::platform::fileName(fileName);
+    *stream = isReading ? openToRead(path, name) : openToWrite(path, name);
+  });
+  if (isReading) return forReading(status);
+  return status == EFI_NOT_FOUND ? EFI_DEVICE_ERROR : status;
 }
 
-// The stream is closed whatever is returned. What was written counts only when nothing failed, on the stream
-// neither, and the mode is that of the open; otherwise the old file stays. The partition is not looked at:
-// the stream knows its own.
+// The stream is closed whatever is returned. What was written counts only when nothing failed, on the stream neither,
+// and the mode is that of the open; otherwise the old file stays. The partition is not looked at: the stream knows its
+// own.
 EFI_STATUS varsk_fclose_1(const wchar_t *, FILE *stream, const char *mode) {
   if (stream == nullptr) return EFI_INVALID_PARAMETER;
-  const auto written = takeWriteStream(stream);
-  const bool intact = std::fflush(stream) == 0 && std::ferror(stream) == 0;
-  const bool closed = std::fclose(stream) == 0;
-  if (mode == nullptr || !(written != nullptr ? isWriting(mode) : isReading(mode))) return EFI_INVALID_PARAMETER;
-  if (written == nullptr) return EFI_SUCCESS;
-  return intact && closed ? written->replacement.commit() : EFI_DEVICE_ERROR;
+  const auto written = replacements().extract(stream);
+  const bool isIntact = std::fflush(stream) == 0 && std::ferror(stream) == 0;
+  const bool isClosed = std::fclose(stream) == 0;
+  if (!isMode(mode, written.empty() ? "r" : "w")) return EFI_INVALID_PARAMETER;
+  if (written.empty()) return EFI_SUCCESS;
+  return isIntact && isClosed ? statusOf([&] { written.mapped()->commit(); }) : EFI_DEVICE_ERROR;
 }
 
 EFI_STATUS varsk_fdelete_1(const wchar_t *partition, const wchar_t *fileName) {
   if (partition == nullptr || fileName == nullptr) return EFI_INVALID_PARAMETER;
-  Path directory, path;
-  if (const EFI_STATUS status = queuePath(partition, fileName, directory, path); status != EFI_SUCCESS) return status;
-  if (const EFI_STATUS status = requireRegular(path); status != EFI_SUCCESS) return status;
-  if (unlink(path.text) != 0) return statusOfErrno(errno);
-  return syncDirectory(directory);
+  return statusOf([&] {
+    const std::string path = partitionPath(partition), name = vyx::platform::fileName(fileName);
+    const Descriptor directory = openDirectory(path, O_RDONLY);
+    require(S_ISREG(statusAt(directory.get(), name.c_str()).st_mode), EFI_ACCESS_DENIED);
+    if (unlinkat(directory.get(), name.c_str(), 0) != 0) throw failureOf(errno);
+    sync(directory);
+  });
 }
 
 // A file of more than 4 GiB - 1 has that size, and so has one whose size cannot be found out.

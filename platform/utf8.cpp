@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// UTF-8 without the C locale. Only the shortest form of a scalar value is well-formed.
+// Only the shortest form of a scalar value is well-formed.
 #include "utf8.h"
 
 namespace vyx::platform {
@@ -8,18 +8,34 @@ namespace {
 // The sequences by their length: what the first byte looks like, and the characters that need this length.
 struct Sequence {
   unsigned mask, lead;
-  std::uint32_t first, last;
+  char32_t first, last;
 };
 constexpr Sequence kSequences[] = {
     {0x80, 0x00, 0x00, 0x7F}, {0xE0, 0xC0, 0x80, 0x7FF}, {0xF0, 0xE0, 0x800, 0xFFFF}, {0xF8, 0xF0, 0x10000, 0x10FFFF}};
 
-bool isScalar(std::uint32_t character) {
+bool isScalar(char32_t character) {
   return character < 0xD800 || (character > 0xDFFF && character <= 0x10FFFF);
 }
 
 }  // namespace
 
-std::size_t encodeUtf8(std::uint32_t character, char (&bytes)[4]) {
+Character decodeUtf8(const char *text) {
+  const auto byte = [text](std::size_t i) -> unsigned { return static_cast<unsigned char>(text[i]); };
+  std::size_t length = 0;
+  for (const auto &[mask, lead, first, last] : kSequences) {
+    ++length;
+    if ((byte(0) & mask) != lead) continue;
+    char32_t value = byte(0) & ~mask;
+    for (std::size_t i = 1; i < length; ++i) {
+      if ((byte(i) & 0xC0) != 0x80) return {0, 0};
+      value = value << 6 | (byte(i) & 0x3F);
+    }
+    return value >= first && value <= last && isScalar(value) ? Character{value, length} : Character{0, 0};
+  }
+  return {0, 0};
+}
+
+std::size_t encodeUtf8(char32_t character, char (&bytes)[4]) {
   if (!isScalar(character)) return 0;
   std::size_t length = 1;
   while (character > kSequences[length - 1].last) ++length;
@@ -28,20 +44,13 @@ std::size_t encodeUtf8(std::uint32_t character, char (&bytes)[4]) {
   return length;
 }
 
-std::size_t utf8Length(const char *text) {
-  const auto byte = [text](std::size_t i) -> unsigned { return static_cast<unsigned char>(text[i]); };
-  std::size_t length = 0;
-  for (const auto &[mask, lead, first, last] : kSequences) {
-    ++length;
-    if ((byte(0) & mask) != lead) continue;
-    std::uint32_t character = byte(0) & ~mask;
-    for (std::size_t i = 1; i < length; ++i) {
-      if ((byte(i) & 0xC0) != 0x80) return 0;
-      character = character << 6 | (byte(i) & 0x3F);
-    }
-    return character >= first && character <= last && isScalar(character) ? length : 0;
+bool isUtf8(const char *text) {
+  while (*text != '\0') {
+    const std::size_t length = decodeUtf8(text).length;
+    if (length == 0) return false;
+    text += length;
   }
-  return 0;
+  return true;
 }
 
 }  // namespace vyx::platform

@@ -3,16 +3,20 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 
 namespace vyx::platform {
 
-// Writes a character as UTF-8 and returns its 1 to 4 bytes; 0 for what is no Unicode scalar value
-// (surrogates, above 10FFFF).
-std::size_t encodeUtf8(std::uint32_t character, char (&bytes)[4]);
+struct Character {
+  char32_t value;
+  std::size_t length;  // in bytes, 1 to 4; 0 when there is no well-formed sequence
+};
 
-// Length of the well-formed sequence that a NUL-terminated text begins with; 0 when there is none.
-// "" has length 1, its NUL.
-std::size_t utf8Length(const char *text);
+// The character that a NUL-terminated text begins with; for "" its NUL, of length 1.
+Character decodeUtf8(const char *text);
+
+// Writes a character and returns its 1 to 4 bytes; 0 for what is not a Unicode scalar value (surrogates, above 10FFFF).
+std::size_t encodeUtf8(char32_t character, char (&bytes)[4]);
+
+bool isUtf8(const char *text);
 
 }  // namespace vyx::platform

@@ -1,51 +1,45 @@
 // SPDX-License-Identifier: MIT
-// Reads a document: expat's handlers build the tree's records directly, each in the order in which
-// the tree is walked later.
+// Reads a document: expat's handlers build the tree's records directly, each in the order in which the tree is walked
+// later.
 #include <expat.h>
 #include <strings.h>
 
 #include <climits>
-#include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <string_view>
 #include <utility>
 
-#include "growing_array.h"
-#include "xml_names.h"
 #include "xml_tree.h"
 
 namespace vyx::platform {
 namespace {
 
-// The text of an element whose end has not come. Of the open elements' texts, one behind the other in one buffer, only
-// the last can grow: when a child begins, its parent's OpenText is put between the two.
-struct OpenText {
-  std::size_t start = 0;
-  bool counts = false;  // more than white space, or white space that somebody took the trouble to write as a reference
+struct FreeParser {
+  void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
 };
+using Parser = std::unique_ptr<XML_ParserStruct, FreeParser>;
 
-struct Builder {
-  XML_Parser parser = nullptr;
-  XML_NODE *root = nullptr;
-  XML_NODE *current = nullptr;   // the element that is open
-  XML_NODE *previous = nullptr;  // the last one closed inside it
-  GrowingArray<char> text;
-  OpenText openText;
-  bool singleBytes = false;  // the document is ISO-8859-1, which expat turns into UTF-8
-  EFI_STATUS failure = EFI_SUCCESS;
+Parser newParser(const char *encoding = nullptr) {
+  static const XML_Memory_Handling_Suite heap = {std::malloc, std::realloc, std::free};
+  Parser parser(XML_ParserCreate_MM(encoding, &heap, nullptr));
+  if (parser == nullptr) throw std::bad_alloc();
+  return parser;
+}
 
-  Builder() = default;
-  Builder(const Builder &) = delete;
-  Builder &operator=(const Builder &) = delete;
-  ~Builder() {
-    releaseTree(root);
-    if (parser != nullptr) XML_ParserFree(parser);
-  }
+// False when the text so far is not well-formed, and when a handler has stopped the parser.
+bool feed(const Parser &parser, std::string_view text, bool isLast) {
+  if (text.size() > INT_MAX) throw std::bad_alloc();
+  if (XML_Parse(parser.get(), text.data(), static_cast<int>(text.size()), isLast) == XML_STATUS_OK) return true;
+  if (XML_GetErrorCode(parser.get()) == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
+  return false;
+}
 
-  // Expat may call some handlers even after it was stopped, so each of them looks at `failure` first.
-  void fail(EFI_STATUS status) {
-    failure = status;
-    XML_StopParser(parser, XML_FALSE);
-  }
+// The text of an element whose end has not come. Of the open elements' texts, one after the other in one buffer, only
+// the last can grow.
+struct OpenText {
+  std::size_t start;
+  bool counts;  // more than white space, or white space that somebody took the trouble to write as a reference
 };
 
 // Back to the bytes of an ISO-8859-1 document. Characters beyond them, which only a reference can give, stay UTF-8.
@@ -59,55 +53,66 @@ void narrow(char *text) {
   *to = '\0';
 }
 
-XML_STRING *newString(const Builder &builder, const char *text, std::size_t length) {
-  XML_STRING *string = makeString(text, length);
-  if (string != nullptr && builder.singleBytes) narrow(string->text);
+bool isWhite(std::string_view text) {
+  return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
+}
+
+class Builder {
+ public:
+  Builder() : parser_(newParser()) {
+    XML_SetUserData(parser_.get(), this);
+    XML_SetElementHandler(parser_.get(), handler<&Builder::start>, handler<&Builder::end>);
+    XML_SetCharacterDataHandler(parser_.get(), handler<&Builder::addText>);
+    XML_SetXmlDeclHandler(parser_.get(), handler<&Builder::declare>);
+    XML_SetStartDoctypeDeclHandler(parser_.get(), handler<&Builder::refuseDoctype>);
+  }
+  Builder(const Builder &) = delete;
+  Builder &operator=(const Builder &) = delete;
+  ~Builder() { releaseTree(root_); }
+
+  XML_NODE *build(const char *document) {
+    const bool isDocument = feed(parser_, document, true);
+    require(failure_ == EFI_SUCCESS, failure_);
+    require(isDocument, EFI_INVALID_PARAMETER);
+    return std::exchange(root_, nullptr);
+  }
+
+ private:
+  // What expat calls. Nothing may be thrown through it; and it may call some handlers even after it was stopped.
+  template <auto handle, class... Arguments>
+  static void handler(void *data, Arguments... arguments) {
+    auto &builder = *static_cast<Builder *>(data);
+    if (builder.failure_ != EFI_SUCCESS) return;
+    builder.failure_ = statusOf([&] { (builder.*handle)(arguments...); });
+    if (builder.failure_ != EFI_SUCCESS) XML_StopParser(builder.parser_.get(), XML_FALSE);
+  }
+
+  void start(const char *name, const char **attributes);
+  void end(const char *);
+  void addText(const char *text, int length);
+  void declare(const char *, const char *encoding, int) {
+    singleBytes_ = encoding != nullptr && strcasecmp(encoding, "ISO-8859-1") == 0;
+  }
+  void refuseDoctype(const char *, const char *, const char *, int) { throw Failure{EFI_INVALID_PARAMETER}; }
+
+  XML_STRING *newString(std::string_view text) const;
+  void link(XML_NODE *node);
+  void addAttributes(XML_NODE &node, const char **attributes) const;
+
+  Parser parser_;
+  XML_NODE *root_ = nullptr;
+  XML_NODE *current_ = nullptr;   // the element that is open
+  XML_NODE *previous_ = nullptr;  // the last one closed inside it
+  HeapString text_;
+  HeapVector<OpenText> openTexts_;
+  bool singleBytes_ = false;  // the document is ISO-8859-1, which expat turns into UTF-8
+  EFI_STATUS failure_ = EFI_SUCCESS;
+};
+
+XML_STRING *Builder::newString(std::string_view text) const {
+  XML_STRING *string = makeString(text.data(), text.size());
+  if (singleBytes_) narrow(string->text);
   return string;
-}
-
-bool addAttributes(const Builder &builder, XML_NODE &node, const char **attributes) {
-  XML_ATTRIBUTE_LINK *link = &node.attributes;
-  XML_ATTRIBUTE *last = nullptr;
-  for (; *attributes != nullptr; attributes += 2) {
-    auto *attribute = static_cast<XML_ATTRIBUTE *>(std::malloc(sizeof(XML_ATTRIBUTE)));
-    if (attribute == nullptr) return false;
-    *attribute = {nullptr, nullptr, nullptr, last};
-    *link = last = attribute;
-    link = &attribute->next;
-    attribute->name = newString(builder, attributes[0], std::strlen(attributes[0]));
-    if (attribute->name == nullptr) return false;
-    attribute->value = newString(builder, attributes[1], std::strlen(attributes[1]));
-    if (attribute->value == nullptr) return false;
-  }
-  return true;
-}
-
-void link(Builder &builder, XML_NODE *node) {
-  node->parent = builder.current;
-  node->prevSibling = builder.previous;
-  if (builder.previous != nullptr) {
-    builder.previous->nextSibling = node;
-  } else if (builder.current != nullptr) {
-    builder.current->firstChild = node;
-  } else {
-    builder.root = node;
-  }
-  builder.current = node;
-  builder.previous = nullptr;
-}
-
-bool beginText(Builder &builder) {
-  char outer[sizeof(OpenText)];
-  std::memcpy(outer, &builder.openText, sizeof(outer));
-  if (!builder.text.append(outer, sizeof(outer))) return false;
-  builder.openText = {builder.text.size(), false};
-  return true;
-}
-
-void endText(Builder &builder) {
-  const std::size_t outer = builder.openText.start - sizeof(OpenText);
-  std::memcpy(&builder.openText, builder.text.data() + outer, sizeof(OpenText));
-  builder.text.truncate(outer);
 }
 
 // How many bytes of the document the event at hand stands for.
@@ -119,80 +124,70 @@ auto eventBytes(XML_Parser parser) {
 #endif
 }
 
-void onStart(void *data, const char *name, const char **attributes) {
-  auto &builder = *static_cast<Builder *>(data);
-  if (builder.failure != EFI_SUCCESS) return;
-  XML_NODE *node = makeNode(name, std::strlen(name));
-  if (node == nullptr) return builder.fail(EFI_OUT_OF_RESOURCES);
-  if (builder.singleBytes) narrow(node->name->text);
-  link(builder, node);
-  if (!addAttributes(builder, *node, attributes) || !beginText(builder)) builder.fail(EFI_OUT_OF_RESOURCES);
-}
-
-void onEnd(void *data, const char *) {
-  auto &builder = *static_cast<Builder *>(data);
-  if (builder.failure != EFI_SUCCESS) return;
-  XML_NODE *node = builder.current;
-  const bool emptyTag = eventBytes(builder.parser) == 0;  // "<X/>": its end has no bytes of its own
-  if (builder.openText.counts || (node->firstChild == nullptr && !emptyTag)) {
-    const std::size_t start = builder.openText.start;
-    node->value = newString(builder, builder.text.data() + start, builder.text.size() - start);
-    if (node->value == nullptr) return builder.fail(EFI_OUT_OF_RESOURCES);
+void Builder::addAttributes(XML_NODE &node, const char **attributes) const {
+  XML_ATTRIBUTE_LINK *link = &node.attributes;
+  XML_ATTRIBUTE *last = nullptr;
+  for (; *attributes != nullptr; attributes += 2) {
+    auto *attribute = newRecord<XML_ATTRIBUTE>();
+    *attribute = {nullptr, nullptr, nullptr, last};
+    *link = last = attribute;
+    link = &attribute->next;
+    attribute->name = newString(attributes[0]);
+    attribute->value = newString(attributes[1]);
   }
-  endText(builder);
-  builder.previous = node;
-  builder.current = node->parent;
 }
 
-bool isWhite(const char *text, int length) {
-  for (int i = 0; i < length; ++i)
-    if (std::strchr(" \t\r\n", text[i]) == nullptr) return false;
-  return true;
+void Builder::link(XML_NODE *node) {
+  node->parent = current_;
+  node->prevSibling = previous_;
+  if (previous_ != nullptr) {
+    previous_->nextSibling = node;
+  } else if (current_ != nullptr) {
+    current_->firstChild = node;
+  } else {
+    root_ = node;
+  }
+  current_ = node;
+  previous_ = nullptr;
 }
 
-void onText(void *data, const char *text, int length) {
-  auto &builder = *static_cast<Builder *>(data);
-  if (builder.failure != EFI_SUCCESS) return;
-  OpenText &open = builder.openText;
-  // White space itself takes a byte, a line end at most two; a reference to it four or more.
-  if (!open.counts) open.counts = !isWhite(text, length) || (length == 1 && eventBytes(builder.parser) > 2);
-  if (!builder.text.append(text, static_cast<std::size_t>(length))) builder.fail(EFI_OUT_OF_RESOURCES);
+void Builder::start(const char *name, const char **attributes) {
+  XML_NODE *node = makeNode(name, std::strlen(name));
+  if (singleBytes_) narrow(node->name->text);
+  link(node);
+  addAttributes(*node, attributes);
+  openTexts_.push_back({text_.size(), false});
 }
 
-void onDeclaration(void *data, const char *, const char *encoding, int) {
-  auto &builder = *static_cast<Builder *>(data);
-  builder.singleBytes = encoding != nullptr && strcasecmp(encoding, "ISO-8859-1") == 0;
+void Builder::end(const char *) {
+  XML_NODE *node = current_;
+  const OpenText open = openTexts_.back();
+  const bool isEmptyTag = eventBytes(parser_.get()) == 0;  // "<X/>": its end has no bytes of its own
+  if (open.counts || (node->firstChild == nullptr && !isEmptyTag))
+    node->value = newString(std::string_view(text_).substr(open.start));
+  text_.resize(open.start);
+  openTexts_.pop_back();
+  previous_ = node;
+  current_ = node->parent;
 }
 
-void onDoctype(void *data, const char *, const char *, const char *, int) {
-  static_cast<Builder *>(data)->fail(EFI_INVALID_PARAMETER);
-}
-
-XML_Parser createParser(Builder &builder) {
-  XML_Parser parser = newParser();
-  if (parser == nullptr) return nullptr;
-  XML_SetUserData(parser, &builder);
-  XML_SetElementHandler(parser, onStart, onEnd);
-  XML_SetCharacterDataHandler(parser, onText);
-  XML_SetXmlDeclHandler(parser, onDeclaration);
-  XML_SetStartDoctypeDeclHandler(parser, onDoctype);
-  return parser;
+// White space itself takes a byte, a line end at most two; a reference to it four or more.
+void Builder::addText(const char *text, int length) {
+  const std::string_view added(text, static_cast<std::size_t>(length));
+  bool &counts = openTexts_.back().counts;
+  counts = counts || !isWhite(added) || (length == 1 && eventBytes(parser_.get()) > 2);
+  text_ += added;
 }
 
 }  // namespace
 
-EFI_STATUS parseDocument(const char *document, XML_NODE **root) {
-  const std::size_t length = std::strlen(document);
-  if (length > INT_MAX) return EFI_OUT_OF_RESOURCES;
-  Builder builder;
-  builder.parser = createParser(builder);
-  if (builder.parser == nullptr) return EFI_OUT_OF_RESOURCES;
-  const XML_Status parsed = XML_Parse(builder.parser, document, static_cast<int>(length), XML_TRUE);
-  if (builder.failure != EFI_SUCCESS) return builder.failure;
-  if (parsed != XML_STATUS_OK)
-    return XML_GetErrorCode(builder.parser) == XML_ERROR_NO_MEMORY ? EFI_OUT_OF_RESOURCES : EFI_INVALID_PARAMETER;
-  *root = std::exchange(builder.root, nullptr);
-  return EFI_SUCCESS;
+XML_NODE *parseDocument(const char *document) {
+  return Builder().build(document);
+}
+
+bool isWellFormed(std::string_view elements, const char *encoding) {
+  const Parser parser = newParser(encoding);
+  return feed(parser, "<x>", false) && feed(parser, elements, false) && feed(parser, "</x>", true);
 }
 
 }  // namespace vyx::platform

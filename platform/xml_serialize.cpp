@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Writes a tree as a document, a tag a line. Text is kept byte for byte, which decides the rest of the layout: no line
 // feed goes where it would become part of an element's text.
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
-#include "growing_array.h"
 #include "utf8.h"
-#include "xml_names.h"
 #include "xml_tree.h"
 
 namespace vyx::platform {
@@ -29,15 +29,19 @@ constexpr Escape kEscapes[] = {
 constexpr string_view kWhite = " \t\n\r";
 constexpr string_view kSingleByteDeclaration = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n";
 
-// What each byte of a value is: one of these, or kFirstEscape plus an index into kEscapes.
-enum : std::uint8_t { kPlain, kHigh, kEnd, kRefused, kFirstEscape };
+// What each byte of a value or a name is: one of these, or kFirstEscape plus an index into kEscapes.
+enum ByteKind : std::uint8_t { kPlain, kHigh, kEnd, kRefused, kFirstEscape };
 using ByteKinds = std::array<std::uint8_t, 256>;
 
-constexpr ByteKinds byteKinds(bool inText) {
+constexpr ByteKinds kindsWithin(ByteKind ascii) {
   ByteKinds kinds{};
-  for (std::size_t i = 0; i < 0x20; ++i) kinds[i] = kRefused;
-  for (std::size_t i = 0x80; i < kinds.size(); ++i) kinds[i] = kHigh;
+  for (std::size_t i = 1; i < kinds.size(); ++i) kinds[i] = i < 0x20 ? kRefused : i < 0x80 ? ascii : kHigh;
   kinds['\0'] = kEnd;
+  return kinds;
+}
+
+constexpr ByteKinds valueKinds(bool inText) {
+  ByteKinds kinds = kindsWithin(kPlain);
   kinds['\t'] = kinds['\n'] = kPlain;
   for (std::size_t i = 0; i < std::size(kEscapes); ++i) {
     const auto byte = static_cast<unsigned char>(kEscapes[i].byte);
@@ -45,15 +49,25 @@ constexpr ByteKinds byteKinds(bool inText) {
   }
   return kinds;
 }
-constexpr ByteKinds kInText = byteKinds(true), kInAttribute = byteKinds(false);
+
+// What would be markup cannot be left to the parser: it would take it for that.
+constexpr ByteKinds nameKinds() {
+  ByteKinds kinds = kindsWithin(kRefused);
+  for (const char c : string_view("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789:_.-"))
+    kinds[static_cast<unsigned char>(c)] = kPlain;
+  return kinds;
+}
+constexpr ByteKinds kInText = valueKinds(true), kInAttribute = valueKinds(false), kInName = nameKinds();
+
+// Up to this many attributes of an element, comparing the name of each with each is quicker than the parser.
+constexpr std::size_t kFewAttributes = 16;
 
 // Well-formed UTF-8 without U+FFFE and U+FFFF, which XML does not have. Control characters are not looked for.
 bool isXmlUtf8(const char *text) {
   while (*text != '\0') {
-    const std::size_t length = utf8Length(text);
-    if (length == 0 || std::strncmp(text, "\xEF\xBF\xBE", 3) == 0 || std::strncmp(text, "\xEF\xBF\xBF", 3) == 0)
-      return false;
-    text += length;
+    const Character character = decodeUtf8(text);
+    if (character.length == 0 || character.value == 0xFFFE || character.value == 0xFFFF) return false;
+    text += character.length;
   }
   return true;
 }
@@ -65,73 +79,109 @@ bool hasText(const XML_NODE &node) {
   return node.value != nullptr && textOf(node.value)[0] != '\0';
 }
 
-class Writer {
+bool isRepeated(const XML_ATTRIBUTE *first, const XML_ATTRIBUTE *attribute) {
+  const char *name = attribute->name->text;
+  for (; first != attribute; first = first->next)
+    if (*name == *first->name->text && std::strcmp(name, first->name->text) == 0) return true;
+  return false;
+}
+
+// The document as it grows, in a block of the heap that can be handed out as it is. A string would cost a copy of the
+// whole at the end, and more on the way: realloc moves a large block without copying it.
+class Document {
  public:
-  EFI_STATUS write(const XML_NODE *root);
-  char *release() { return out_.release(); }
+  Document() = default;
+  Document(const Document &) = delete;
+  Document &operator=(const Document &) = delete;
+  ~Document() { std::free(text_); }
+
+  void append(string_view added) {
+    if (added.size() > capacity_ - size_) grow(added.size());
+    std::memcpy(text_ + size_, added.data(), added.size());
+    size_ += added.size();
+  }
+  void prepend(string_view front) {
+    append(front);
+    std::memmove(text_ + front.size(), text_, size_ - front.size());
+    std::memcpy(text_, front.data(), front.size());
+  }
+  string_view view() const { return {text_, size_}; }
+  char *release() { return std::exchange(text_, nullptr); }
 
  private:
-  void fail(EFI_STATUS status) { status_ = status_ != EFI_SUCCESS ? status_ : status; }
-  void put(string_view text) {
-    if (!out_.append(text.data(), text.size())) fail(EFI_OUT_OF_RESOURCES);
+  void grow(std::size_t added) {
+    const std::size_t capacity = std::max({kFirstCapacity, size_ + added, capacity_ * 2});
+    void *text = std::realloc(text_, capacity);
+    if (text == nullptr) throw std::bad_alloc();
+    text_ = static_cast<char *>(text);
+    capacity_ = capacity;
   }
-  void putValue(const char *text, const ByteKinds &kinds);
-  const char *putName(const XML_STRING *name);
+
+  static constexpr std::size_t kFirstCapacity = 256;
+  char *text_ = nullptr;
+  std::size_t size_ = 0, capacity_ = 0;
+};
+
+class Writer {
+ public:
+  char *write(const XML_NODE *root);
+
+ private:
+  void put(string_view text) { out_.append(text); }
+  bool putBytes(const char *text, const ByteKinds &kinds);
+  void putName(const XML_STRING *name);
   void putAttributes(const XML_NODE &node);
   void putText(const XML_NODE &node);
   void endLine();
   void beginElement(const XML_NODE &node);
   void endElement(const XML_NODE &node);
-  EFI_STATUS finish();
+  char *finish();
 
-  GrowingArray<char> out_;
-  GrowingArray<const XML_NODE *> open_;        // the elements around the one being written
-  GrowingArray<const char *> attributeNames_;  // of the element being written
-  NameCheck names_;
-  bool utf8_ = true;  // all values so far are
-  EFI_STATUS status_ = EFI_SUCCESS;
+  Document out_;
+  HeapVector<const XML_NODE *> open_;  // the elements around the one being written
+  bool utf8_ = true;                   // all names and values so far are
+  bool isDoubtful_ = false;            // whether it is XML, only a parser can tell
 };
 
-void Writer::putValue(const char *text, const ByteKinds &kinds) {
-  bool high = false;
+// Returns whether there was a byte above 0x7F.
+bool Writer::putBytes(const char *text, const ByteKinds &kinds) {
+  bool isHigh = false;
   const char *run = text;
   for (const char *at = text;; ++at) {
     const std::uint8_t kind = kinds[static_cast<unsigned char>(*at)];
     if (kind == kPlain) continue;
     if (kind == kHigh) {
-      high = true;
+      isHigh = true;
       continue;
     }
-    if (kind == kRefused) return fail(EFI_INVALID_PARAMETER);
+    require(kind != kRefused, EFI_INVALID_PARAMETER);
     put({run, static_cast<std::size_t>(at - run)});
     if (kind == kEnd) break;
     put(kEscapes[kind - kFirstEscape].reference);
     run = at + 1;
   }
-  if (high && utf8_) utf8_ = isXmlUtf8(text);
+  if (isHigh && utf8_) utf8_ = isXmlUtf8(text);
+  return isHigh;
 }
 
-const char *Writer::putName(const XML_STRING *name) {
-  if (name == nullptr || name->text == nullptr) {
-    fail(EFI_INVALID_PARAMETER);
-    return "";
-  }
-  if (const EFI_STATUS status = names_.add(name->text); status != EFI_SUCCESS) fail(status);
-  put(name->text);
-  return name->text;
+void Writer::putName(const XML_STRING *name) {
+  require(name != nullptr && name->text != nullptr, EFI_INVALID_PARAMETER);
+  const char front = *name->text;
+  require(front != '\0' && front != '-' && front != '.' && (front < '0' || front > '9'), EFI_INVALID_PARAMETER);
+  if (putBytes(name->text, kInName)) isDoubtful_ = true;
 }
 
 void Writer::putAttributes(const XML_NODE &node) {
-  attributeNames_.truncate(0);
+  std::size_t count = 0;
   for (const XML_ATTRIBUTE *attribute = node.attributes; attribute != nullptr; attribute = attribute->next) {
     put(" ");
-    if (!attributeNames_.push(putName(attribute->name))) fail(EFI_OUT_OF_RESOURCES);
+    putName(attribute->name);
+    if (++count <= kFewAttributes) require(!isRepeated(node.attributes, attribute), EFI_INVALID_PARAMETER);
     put("=\"");
-    if (attribute->value != nullptr) putValue(textOf(attribute->value), kInAttribute);
+    if (attribute->value != nullptr) putBytes(textOf(attribute->value), kInAttribute);
     put("\"");
-    if (status_ != EFI_SUCCESS) return;
   }
-  if (anyRepeats(attributeNames_.data(), attributeNames_.size())) fail(EFI_INVALID_PARAMETER);
+  if (count > kFewAttributes) isDoubtful_ = true;
 }
 
 // White space alone would not count beside child elements; a reference in front makes it text.
@@ -142,10 +192,10 @@ void Writer::putText(const XML_NODE &node) {
     put({reference, sizeof(reference)});
     ++text;
   }
-  putValue(text, kInText);
+  putBytes(text, kInText);
 }
 
-// Behind a tag, inside the innermost open element.
+// After a tag, inside the innermost open element.
 void Writer::endLine() {
   if (open_.empty() || !hasText(*open_.back())) put("\n");
 }
@@ -161,55 +211,47 @@ void Writer::beginElement(const XML_NODE &node) {
   put(">");
   if (hasText(node)) putText(node);
   if (node.firstChild == nullptr) return endElement(node);
-  if (!open_.push(&node)) return fail(EFI_OUT_OF_RESOURCES);
+  open_.push_back(&node);
   endLine();
 }
 
 void Writer::endElement(const XML_NODE &node) {
-  if (status_ != EFI_SUCCESS) return;
   put("</");
   put(node.name->text);
   put(">");
   endLine();
 }
 
-EFI_STATUS Writer::finish() {
-  const bool isUtf8 = utf8_ && names_.fitUtf8();
-  if (!isUtf8 && !names_.fitSingleBytes()) return EFI_INVALID_PARAMETER;
-  if (!out_.push('\0')) return EFI_OUT_OF_RESOURCES;
-  if (isUtf8) return EFI_SUCCESS;
-  const std::size_t length = out_.size();
-  put(kSingleByteDeclaration);
-  if (status_ != EFI_SUCCESS) return status_;
-  std::memmove(out_.data() + kSingleByteDeclaration.size(), out_.data(), length);
-  std::memcpy(out_.data(), kSingleByteDeclaration.data(), kSingleByteDeclaration.size());
-  return EFI_SUCCESS;
+char *Writer::finish() {
+  if (!utf8_ || (isDoubtful_ && !isWellFormed(out_.view(), "UTF-8"))) {
+    require(!isDoubtful_ || isWellFormed(out_.view(), "ISO-8859-1"), EFI_INVALID_PARAMETER);
+    out_.prepend(kSingleByteDeclaration);
+  }
+  put({"\0", 1});
+  return out_.release();
 }
 
-EFI_STATUS Writer::write(const XML_NODE *node) {
+char *Writer::write(const XML_NODE *node) {
   while (node != nullptr) {
     beginElement(*node);
-    if (status_ != EFI_SUCCESS) return status_;
     if (node->firstChild != nullptr) {
       node = node->firstChild;
       continue;
     }
     while (node->nextSibling == nullptr && !open_.empty()) {
-      node = open_.pop();
+      node = open_.back();
+      open_.pop_back();
       endElement(*node);
     }
     node = node->nextSibling;
   }
-  return status_ != EFI_SUCCESS ? status_ : finish();
+  return finish();
 }
 
 }  // namespace
 
-EFI_STATUS writeDocument(const XML_NODE *root, char **document) {
-  Writer writer;
-  const EFI_STATUS status = writer.write(root);
-  if (status == EFI_SUCCESS) *document = writer.release();
-  return status;
+char *writeDocument(const XML_NODE *root) {
+  return Writer().write(root);
 }
 
 }  // namespace vyx::platform

@@ -5,11 +5,16 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include "xml_tree.h"
 
 namespace vyx::platform {
 namespace {
+
+struct Free {
+  void operator()(void *record) const { std::free(record); }
+};
 
 void releaseString(XML_STRING *string) {
   if (string == nullptr) return;
@@ -36,31 +41,26 @@ bool hasText(const XML_STRING *string) {
 EFI_STATUS parseImage(XML_SERVICE_PROTOCOL *, const XML_STRING *image, XML_NODE **root) {
   if (root == nullptr) return EFI_INVALID_PARAMETER;
   *root = nullptr;
-  return hasText(image) ? parseDocument(image->text, root) : EFI_INVALID_PARAMETER;
+  if (!hasText(image)) return EFI_INVALID_PARAMETER;
+  return statusOf([&] { *root = parseDocument(image->text); });
 }
 
 EFI_STATUS serializeTree(XML_SERVICE_PROTOCOL *, const XML_NODE *root, uint32_t, XML_STRING **image) {
   if (image == nullptr) return EFI_INVALID_PARAMETER;
   *image = nullptr;
   if (root == nullptr) return EFI_INVALID_PARAMETER;
-  char *document = nullptr;
-  if (const EFI_STATUS status = writeDocument(root, &document); status != EFI_SUCCESS) return status;
-  auto *string = static_cast<XML_STRING *>(std::malloc(sizeof(XML_STRING)));
-  if (string == nullptr) {
-    std::free(document);
-    return EFI_OUT_OF_RESOURCES;
-  }
-  *string = {1, document};
-  *image = string;
-  return EFI_SUCCESS;
+  return statusOf([&] {
+    std::unique_ptr<XML_STRING, Free> string(newRecord<XML_STRING>());
+    *string = {1, writeDocument(root)};
+    *image = string.release();
+  });
 }
 
 EFI_STATUS createNode(XML_SERVICE_PROTOCOL *, const XML_STRING *name, XML_NODE **node) {
   if (node == nullptr) return EFI_INVALID_PARAMETER;
   *node = nullptr;
   if (!hasText(name)) return EFI_INVALID_PARAMETER;
-  *node = makeNode(name->text, std::strlen(name->text));
-  return *node != nullptr ? EFI_SUCCESS : EFI_OUT_OF_RESOURCES;
+  return statusOf([&] { *node = makeNode(name->text, std::strlen(name->text)); });
 }
 
 EFI_STATUS deleteTree(XML_SERVICE_PROTOCOL *, XML_NODE *node) {
@@ -72,26 +72,18 @@ EFI_STATUS deleteTree(XML_SERVICE_PROTOCOL *, XML_NODE *node) {
 }  // namespace
 
 XML_STRING *makeString(const char *text, std::size_t length) {
-  auto *string = static_cast<XML_STRING *>(std::malloc(sizeof(XML_STRING)));
-  if (string == nullptr) return nullptr;
-  auto *copy = static_cast<char *>(std::malloc(length + 1));
-  if (copy == nullptr) {
-    std::free(string);
-    return nullptr;
-  }
+  std::unique_ptr<XML_STRING, Free> string(newRecord<XML_STRING>());
+  char *copy = Heap<char>().allocate(length + 1);
   std::memcpy(copy, text, length);
   copy[length] = '\0';
   *string = {1, copy};
-  return string;
+  return string.release();
 }
 
 XML_NODE *makeNode(const char *name, std::size_t length) {
-  auto *node = static_cast<XML_NODE *>(std::malloc(sizeof(XML_NODE)));
-  if (node == nullptr) return nullptr;
+  std::unique_ptr<XML_NODE, Free> node(newRecord<XML_NODE>());
   *node = {makeString(name, length), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
-  if (node->name != nullptr) return node;
-  std::free(node);
-  return nullptr;
+  return node.release();
 }
 
 // A node that is being left for its children waits in a chain of its own, linked through the parent fields, which

@@ -6,11 +6,11 @@
 #include <cstring>
 
 #include "commands.h"
-#include "lock.h"
+#include "host.h"
 #include "output.h"
 #include "stop.h"
 
-namespace ssib {
+namespace tool {
 namespace {
 
 bool isKey(const Field &field, Form form, const SSIB_ENTRY_LIST &element) {
@@ -164,4 +164,4 @@ void replaceEntry(const Request &request) {
   requireStored(name, isReplaced(request, *changed));
 }
 
-}  // namespace ssib
+}  // namespace tool

@@ -8,7 +8,7 @@
 #include "options.h"
 #include "queue.h"
 
-namespace ssib {
+namespace tool {
 
 /** What the command line asks for. Each command looks at what it takes. */
 struct Request {
@@ -32,4 +32,4 @@ void deleteQueue(const Request &request);
 /** The entry as `show` prints it. */
 std::string shownEntry(const Request &request, const SSIB_ENTRY_LIST &element);
 
-}  // namespace ssib
+}  // namespace tool

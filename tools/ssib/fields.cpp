@@ -2,12 +2,13 @@
 #include "fields.h"
 
 #include <algorithm>
+#include <bit>
 #include <cassert>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
-namespace ssib {
+namespace tool {
 namespace {
 
 using Kind = Field::Kind;
@@ -58,35 +59,30 @@ constexpr Field kFields[] = {
      .text = &SSIB_ENTRY::Job_ID,
      .bit = SSIB_FIELD_JOB_ID,
      .stored = {true, true},
-     .key = {64, 0}},
-    xmlText("Cmd_Line", &SSIB_ENTRY::Cmd_Line, 256,
+     .key = {SSIB_COMPARED_JOB_ID, 0}},
+    xmlText("Cmd_Line", &SSIB_ENTRY::Cmd_Line, SSIB_COMPARED_LONG,
             {"cmd-line", "command line; double quotes around the whole of it are not stored"}),
-    xmlText("Task_Name", &SSIB_ENTRY::Task_Name, 256, {"task-name", "name of the task"}),
+    xmlText("Task_Name", &SSIB_ENTRY::Task_Name, SSIB_COMPARED_LONG, {"task-name", "name of the task"}),
     {.name = "Node", .kind = Kind::Node},
-    xmlText("LU_Category", &SSIB_ENTRY::LU_Category, 16, {"lu-category", "category of the job"}),
-    taskListText("Display_Name", &SSIB_ENTRY::Display_Name, 256,
+    xmlText("LU_Category", &SSIB_ENTRY::LU_Category, SSIB_COMPARED_SHORT, {"lu-category", "category of the job"}),
+    taskListText("Display_Name", &SSIB_ENTRY::Display_Name, SSIB_COMPARED_LONG,
                  {"display-name", "what the job is called on displays"}),
-    taskListText("Job_Type", &SSIB_ENTRY::Job_Type, 16, {"job-type", "type of the job, for example UPDATE"}),
-    taskListText("FQDD", &SSIB_ENTRY::FQDD, 256, {"fqdd", "descriptor of the device"}),
-    taskListText("Resource_URI", &SSIB_ENTRY::Resource_URI, 256, {"resource-uri", "where the resource is"}),
-    taskListText("Resource_Type", &SSIB_ENTRY::Resource_Type, 256, {"resource-type", "what the resource is"}),
-    taskListText("Resource_Namespace", &SSIB_ENTRY::Resource_Namespace, 256,
+    taskListText("Job_Type", &SSIB_ENTRY::Job_Type, SSIB_COMPARED_SHORT,
+                 {"job-type", "type of the job, for example UPDATE"}),
+    taskListText("FQDD", &SSIB_ENTRY::FQDD, SSIB_COMPARED_LONG, {"fqdd", "descriptor of the device"}),
+    taskListText("Resource_URI", &SSIB_ENTRY::Resource_URI, SSIB_COMPARED_LONG,
+                 {"resource-uri", "where the resource is"}),
+    taskListText("Resource_Type", &SSIB_ENTRY::Resource_Type, SSIB_COMPARED_LONG,
+                 {"resource-type", "what the resource is"}),
+    taskListText("Resource_Namespace", &SSIB_ENTRY::Resource_Namespace, SSIB_COMPARED_LONG,
                  {"resource-namespace", "namespace of the resource"}),
     taskListText("Target_Version", &SSIB_ENTRY::Target_Version, 0, {"target-version", "version to arrive at"}),
 };
 
-// The record is packed: a number is reached by its bytes, never through a pointer of its own type.
-template <typename Number>
-std::uint32_t load(const char *place) {
-  Number value;
-  std::memcpy(&value, place, sizeof value);
-  return value;
-}
-
-template <typename Number>
-void store(char *place, std::uint32_t number) {
-  const auto value = static_cast<Number>(number);
-  std::memcpy(place, &value, sizeof value);
+// Where the low bytes of a number lie.
+char *lowBytes(std::uint32_t &number, std::size_t width) {
+  const bool isLittle = std::endian::native == std::endian::little;
+  return reinterpret_cast<char *>(&number) + (isLittle ? 0 : sizeof(number) - width);
 }
 
 }  // namespace
@@ -102,31 +98,17 @@ const Field &fieldNamed(std::string_view name) {
   return *field;
 }
 
+// The record is packed: a number is reached by its bytes, never through a pointer of its own type.
 std::uint32_t numberOf(const Field &field, const SSIB_ENTRY &entry) {
-  const char *place = reinterpret_cast<const char *>(&entry) + field.number.offset;
-  switch (field.number.width) {
-    case 1:
-      return load<std::uint8_t>(place);
-    case 2:
-      return load<std::uint16_t>(place);
-    default:
-      return load<std::uint32_t>(place);
-  }
+  const auto [offset, width] = field.number;
+  std::uint32_t value = 0;
+  std::memcpy(lowBytes(value, width), reinterpret_cast<const char *>(&entry) + offset, width);
+  return value;
 }
 
 void setNumber(const Field &field, SSIB_ENTRY &entry, std::uint32_t value) {
-  char *place = reinterpret_cast<char *>(&entry) + field.number.offset;
-  switch (field.number.width) {
-    case 1:
-      store<std::uint8_t>(place, value);
-      break;
-    case 2:
-      store<std::uint16_t>(place, value);
-      break;
-    default:
-      store<std::uint32_t>(place, value);
-      break;
-  }
+  const auto [offset, width] = field.number;
+  std::memcpy(reinterpret_cast<char *>(&entry) + offset, lowBytes(value, width), width);
 }
 
 void setText(const Field &field, SSIB_ENTRY &entry, const char *value) {
@@ -147,4 +129,4 @@ bool isPresent(const Field &field, const SSIB_ENTRY_LIST &element) {
   }
 }
 
-}  // namespace ssib
+}  // namespace tool

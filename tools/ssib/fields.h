@@ -9,7 +9,7 @@
 
 #include "VyxSSIBBackend.h"
 
-namespace ssib {
+namespace tool {
 
 /** The two forms of a queue file; the values are the library's modes and index a field's `stored` and `key`. */
 enum class Form : std::uint8_t { Xml = SSIB_MODE_DEFAULT, TaskList = SSIB_MODE_BIOS_SMA };
@@ -52,4 +52,4 @@ void setText(const Field &field, SSIB_ENTRY &entry, const char *value);
 /** Whether an element has the field: a number's bit is set, a text or node is not null. */
 bool isPresent(const Field &field, const SSIB_ENTRY_LIST &element);
 
-}  // namespace ssib
+}  // namespace tool

@@ -1,25 +1,25 @@
 // SPDX-License-Identifier: MIT
 // The commands that work on whole queue files: merge and delete. The library does not tell how their writing and
 // deleting went, so what the files hold afterwards is looked at.
+#include <optional>
+
 #include "commands.h"
-#include "lock.h"
+#include "host.h"
 #include "output.h"
 #include "stop.h"
-#include "text.h"
 
-namespace ssib {
+namespace tool {
 namespace {
 
-// Asking for a second deletion tells whether the first one took place.
-bool isGone(const QueueName &name) {
-  return iDeleteSSIB(&gSSSIB2pvt, name.wide()) == EFI_NOT_FOUND;
+void requireExists(const QueueName &name, const std::string &action) {
+  if (!exists(name, action)) throw Stop(Exit::NothingThere, "there is no " + name.shown());
 }
 
 // After the entries have arrived, the sub-queue is to be gone, or empty; a task list that is not deleted keeps them.
 void requireMoved(const Request &request) {
   const QueueName &name = request.queue;
-  const bool isMoved =
-      request.deleteFile ? isGone(name) : name.form() == Form::TaskList || storedElements(name).empty();
+  const bool isMoved = request.deleteFile ? !exists(name, "delete " + name.shown())
+                                          : name.form() == Form::TaskList || storedElements(name).empty();
   if (isMoved) return;
   throw Stop(Exit::Refused, std::string("cannot ") + (request.deleteFile ? "delete " : "empty ") + name.shown() + ": " +
                                 statusName(EFI_DEVICE_ERROR) + "; its entries are in " + name.mainQueue().shown() +
@@ -34,28 +34,43 @@ std::string mergeReport(const Request &request, std::size_t entries) {
          "\n";
 }
 
-// The merge empties the sub-queue before it writes the main queue: after a failure the entries live
-// on in this process alone.
-[[noreturn]] void putBack(const QueueName &name, SSIB2_PRIVATE_DATA &queue) {
-  iFlushSSIBQueue(&queue);
-  const bool isBack = storedElements(name).size() == elementsOf(queue).size();
-  throw Stop(Exit::Refused, "cannot write " + name.mainQueue().shown() + ": " + statusName(EFI_DEVICE_ERROR) + "; " +
-                                name.shown() + (isBack ? " has its entries as before" : " has lost its entries"));
-}
-
 EFI_STATUS mergeQuietly(const Request &request) {
   const QuietSetUp quiet;
   return iMergeToMain(&gSSSIB2pvt, request.queue.wide(), request.deleteFile ? 1 : 0);
 }
 
+// What can be read of a queue now; nothing when it cannot be read.
+std::optional<std::size_t> countStored(const QueueName &name) {
+  try {
+    return storedElements(name).size();
+  } catch (const Stop &) {
+    return std::nullopt;
+  }
+}
+
+// Writes back what a queue held, where its file does not; false when that failed.
+bool restore(const QueueName &name, SSIB2_PRIVATE_DATA &before) {
+  const std::size_t entries = elementsOf(before).size();
+  if (countStored(name) != entries) iFlushSSIBQueue(&before);
+  return countStored(name) == entries;
+}
+
+// The merge empties the sub-queue before it writes the main queue: after a failure the entries live on in this process
+// alone.
 void mergeFiles(const Request &request, SSIB2_PRIVATE_DATA &queue) {
   const QueueName &name = request.queue;
   const QueueName main = name.mainQueue();
-  const std::size_t expected = storedElements(main).size() + elementsOf(queue).size();
+  SSIB2_PRIVATE_DATA &mainQueue = openAside(main);
+  const std::size_t expected = elementsOf(mainQueue).size() + elementsOf(queue).size();
   const EFI_STATUS status = mergeQuietly(request);
-  if (status == EFI_NOT_FOUND) throw Stop(Exit::NothingThere, "there is no " + name.shown());
-  require(status, "merge " + name.shown() + " into " + main.shown());
-  if (storedElements(main).size() != expected) putBack(name, queue);
+  if (status == EFI_SUCCESS && countStored(main) == expected) return;
+  const bool hasMain = restore(main, mainQueue), hasSub = restore(name, queue);
+  const std::string action = status == EFI_SUCCESS
+                                 ? "write " + main.shown() + ": " + statusName(EFI_DEVICE_ERROR)
+                                 : "merge " + name.shown() + " into " + main.shown() + ": " + statusName(status);
+  throw Stop(Exit::Refused, "cannot " + action + "; " + name.shown() +
+                                (hasSub ? " has its entries as before" : " may have lost its entries") +
+                                (hasMain ? "" : "; " + main.shown() + " may have lost its own"));
 }
 
 }  // namespace
@@ -65,6 +80,7 @@ void mergeQueue(const Request &request) {
   if (name == name.mainQueue())
     throw Stop(Exit::Usage, name.shown() + " is the main queue; --queue names the queue to fold into it");
   const ChangeLock lock;
+  requireExists(name, "open " + name.shown());
   SSIB2_PRIVATE_DATA &queue = openAside(name);
   mergeFiles(request, queue);
   requireMoved(request);
@@ -73,14 +89,11 @@ void mergeQueue(const Request &request) {
 
 void deleteQueue(const Request &request) {
   const QueueName &name = request.queue;
+  const std::string action = "delete " + name.shown();
   const ChangeLock lock;
-  const EFI_STATUS status = iDeleteSSIB(&gSSSIB2pvt, name.wide());
-  if (status == EFI_NOT_FOUND) {
-    require(iOpenSSIB(&gSSSIB2pvt, name.wide()), "delete " + name.shown());
-    throw Stop(Exit::NothingThere, "there is no " + name.shown());
-  }
-  require(status, "delete " + name.shown());
-  if (!isGone(name)) refuse("delete " + name.shown(), EFI_DEVICE_ERROR);
+  requireExists(name, action);
+  require(iDeleteSSIB(&gSSSIB2pvt, name.wide()), action);
+  if (exists(name, action)) refuse(action, EFI_DEVICE_ERROR);
 }
 
-}  // namespace ssib
+}  // namespace tool

@@ -9,11 +9,11 @@
 #include <sstream>
 
 #include "commands.h"
+#include "host.h"
 #include "output.h"
 #include "stop.h"
-#include "text.h"
 
-namespace ssib {
+namespace tool {
 namespace {
 
 enum Takes : unsigned { kNumber = 1, kFields = 2, kJson = 4, kLocation = 8, kDelete = 16 };
@@ -74,8 +74,8 @@ constexpr const char *kFooter =
     "  3  the library or the platform refused: standard error names the operation, the file and the status\n\n"
     "Statuses:\n"
     "  EFI_INVALID_PARAMETER    open: the file is damaged, or not of the form that its name says\n"
-    "  EFI_ACCESS_DENIED        no permission, no regular file, or no name for a file of the partition: 1 to 255\n"
-    "                           bytes without '/', not beginning with '.'\n"
+    "  EFI_ACCESS_DENIED        no permission, not a regular file, a file that cannot be looked at, or not a name for\n"
+    "                           a file of the partition: 1 to 255 bytes without '/', not beginning with '.'\n"
     "  EFI_DEVICE_ERROR         not all could be read or written; a full disk, for example\n"
     "  SSIB_STATUS_NO_FILE      write, an XML queue: no permission, or the file cannot be made\n"
     "  EFI_ABORTED              the same, a task list\n"
@@ -94,7 +94,7 @@ const std::map<std::string, std::uint32_t> kLocations = {{"prepend-hi", SSIB_ADD
 
 // What the command line says, as it stands there.
 struct Arguments {
-  std::string queue = "Main.ssib";
+  std::string queue = plainName(SSIB_MAIN_QUEUE);
   std::string number = "1";
   std::string location = "append-lo";
   GivenFields fields;
@@ -105,7 +105,7 @@ struct Arguments {
 std::size_t parseEntryNumber(const std::string &text) {
   const bool isDigits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
   if (!isDigits || text.find_first_not_of('0') == std::string::npos) {
-    throw Stop(Exit::Usage, escaped(text) + " is no number of an entry; the first is 1");
+    throw Stop(Exit::Usage, escaped(text) + " is not a number of an entry; the first is 1");
   }
   std::uint32_t number = 0;
   return parseNumber(text, UINT32_MAX, number) ? number : UINT32_MAX;
@@ -170,7 +170,7 @@ std::map<const CLI::App *, const Command *> declareAll(CLI::App &app, Arguments 
     if (app.get_subcommands().empty()) return "ssib " SSIB_VERSION;
     throw Stop(Exit::Usage, "--version stands alone; the field's option is --version-number");
   });
-  app.add_option("-q,--queue", arguments.queue, "name of the queue's file; works behind the command, too")
+  app.add_option("-q,--queue", arguments.queue, "name of the queue's file; works after the command, too")
       ->type_name("NAME")
       ->capture_default_str();
   app.footer(kFooter);
@@ -219,20 +219,20 @@ Exit run(int argc, char **argv) {
 }
 
 }  // namespace
-}  // namespace ssib
+}  // namespace tool
 
 int main(int argc, char **argv) {
-  using ssib::Exit;
-  ssib::occupyStandardDescriptors();
+  using tool::Exit;
+  tool::occupyStandardDescriptors();
   Exit exit = Exit::Done;
   try {
-    exit = ssib::run(argc, argv);
-  } catch (const ssib::Stop &stop) {
-    exit = ssib::fail(stop.exit(), stop.what());
+    exit = tool::run(argc, argv);
+  } catch (const tool::Stop &stop) {
+    exit = tool::fail(stop.exit(), stop.what());
   } catch (const std::bad_alloc &) {
-    exit = ssib::fail(Exit::Refused, "out of memory");
+    exit = tool::fail(Exit::Refused, "out of memory");
   } catch (const std::exception &error) {
-    exit = ssib::fail(Exit::Refused, ssib::escaped(error.what()));
+    exit = tool::fail(Exit::Refused, tool::escaped(error.what()));
   }
   return static_cast<int>(exit);
 }

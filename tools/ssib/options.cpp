@@ -4,13 +4,11 @@
 #include <algorithm>
 #include <charconv>
 
+#include "host.h"
 #include "stop.h"
-#include "text.h"
 
-namespace ssib {
+namespace tool {
 namespace {
-
-// The JSON writer's limit, in bytes.
 
 // Finding a key, the task list's reader takes the first quoted text that equals it, be it a value.
 constexpr const char *kTaskListKeys[] = {"JobType",      "DisplayName",       "FQDD",         "JOBID", "ResourceURI",
@@ -26,6 +24,13 @@ bool losesMoreThanQuotes(const std::string &commandLine) {
   if (commandLine.empty() || commandLine.front() != '"') return false;
   if (commandLine.size() < 2 || commandLine.back() != '"') return true;
   return commandLine.size() > 2 && commandLine[1] == '"';
+}
+
+// Below the blank, and not among those allowed.
+bool hasControl(std::string_view text, std::string_view allowed) {
+  return std::any_of(text.begin(), text.end(), [&](char ch) {
+    return static_cast<unsigned char>(ch) < 0x20 && allowed.find(ch) == std::string_view::npos;
+  });
 }
 
 // Why a text would not come back from a file; null when it would.
@@ -55,7 +60,7 @@ const char *problemInTaskList(const std::string &value) {
 void checkNumber(const Field &field, const std::string &value) {
   std::uint32_t number = 0;
   if (!parseNumber(value, field.largest, number)) {
-    refuseOption(field, escaped(value) + " is no number from 0 to " + std::to_string(field.largest));
+    refuseOption(field, escaped(value) + " is not a number from 0 to " + std::to_string(field.largest));
   }
 }
 
@@ -106,4 +111,4 @@ std::uint32_t bitsOf(const GivenFields &given) {
   return bits;
 }
 
-}  // namespace ssib
+}  // namespace tool

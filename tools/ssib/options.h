@@ -10,7 +10,7 @@
 #include "fields.h"
 #include "VyxSSIBBackend.h"
 
-namespace ssib {
+namespace tool {
 
 struct GivenField {
   const Field *field;
@@ -19,7 +19,7 @@ struct GivenField {
 
 using GivenFields = std::vector<GivenField>;
 
-/** A number of decimal digits, or of hexadecimal ones behind "0x", from 0 to `largest`; false for anything else. */
+/** A number of decimal digits, or of hexadecimal ones after "0x", from 0 to `largest`; false for anything else. */
 bool parseNumber(const std::string &text, std::uint32_t largest, std::uint32_t &number);
 
 /**
@@ -34,4 +34,4 @@ void applyFields(const GivenFields &given, SSIB_ENTRY &entry);
 /** The field mask's bits of the fields given. */
 std::uint32_t bitsOf(const GivenFields &given);
 
-}  // namespace ssib
+}  // namespace tool

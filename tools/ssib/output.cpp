@@ -8,10 +8,10 @@
 #include <cstring>
 #include <nlohmann/json.hpp>
 
+#include "host.h"
 #include "stop.h"
-#include "text.h"
 
-namespace ssib {
+namespace tool {
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -89,6 +89,12 @@ std::vector<Row> tableRows(Form form, const Elements &elements) {
   return rows;
 }
 
+// The room that an escaped text takes in a table.
+std::size_t characters(std::string_view escapedText) {
+  const auto begins = [](char ch) { return (static_cast<unsigned char>(ch) & 0xC0U) != 0x80; };
+  return static_cast<std::size_t>(std::count_if(escapedText.begin(), escapedText.end(), begins));
+}
+
 std::vector<std::size_t> columnWidths(const std::vector<Row> &rows) {
   std::vector<std::size_t> widths(rows.front().size());
   for (const Row &row : rows) {
@@ -137,4 +143,4 @@ void print(const std::string &text) {
   if (!written) throw Stop(Exit::Refused, std::string("cannot write to standard output: ") + std::strerror(errno));
 }
 
-}  // namespace ssib
+}  // namespace tool

@@ -8,7 +8,7 @@
 #include "queue.h"
 #include "VyxSSIBBackend.h"
 
-namespace ssib {
+namespace tool {
 
 /** "Field: value", a line for each field that the entry has. */
 std::string entryAsLines(Form form, const SSIB_ENTRY_LIST &element);
@@ -22,4 +22,4 @@ std::string entriesAsJson(Form form, const Elements &elements);
 /** Writes a text to standard output and makes sure that it got there. Throws Stop. */
 void print(const std::string &text);
 
-}  // namespace ssib
+}  // namespace tool

@@ -4,14 +4,19 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 
-#include "environment.h"
+#include "host.h"
 #include "stop.h"
-#include "text.h"
 
-namespace ssib {
+namespace tool {
 namespace {
+
+bool isSet(const char *variable) {
+  const char *value = std::getenv(variable);
+  return value != nullptr && *value != '\0';
+}
 
 void openWith(SSIB2_PRIVATE_DATA &handle, const QueueName &name) {
   require(iOpenSSIB(&handle, name.wide()), "open " + name.shown());
@@ -32,22 +37,27 @@ SSIB2_PRIVATE_DATA &keptHandle() {
 
 }  // namespace
 
-QueueName::QueueName(const std::string &given) : shown_(escaped(given)) {
-  const auto wide = toWide(given);
-  if (!wide) throw Stop(Exit::Usage, "--queue: " + shown_ + " is not UTF-8");
-  wide_ = *wide;
+std::string plainName(const wchar_t *name) {
+  const std::wstring_view wide = name;
+  return {wide.begin(), wide.end()};
 }
+
+std::string counted(std::size_t entries) {
+  return std::to_string(entries) + (entries == 1 ? " entry" : " entries");
+}
+
+QueueName::QueueName(const std::string &given) : wide_(wideName(given)), shown_(escaped(given)) {}
 
 Form QueueName::form() const {
   return wide_.find(SSIB_TASK_LIST_MARK) != std::wstring::npos ? Form::TaskList : Form::Xml;
 }
 
 QueueName QueueName::mainQueue() const {
-  return QueueName(form() == Form::TaskList ? "BIOS_task_list.json" : "Main.ssib");
+  return QueueName(plainName(form() == Form::TaskList ? SSIB_MAIN_TASK_LIST : SSIB_MAIN_QUEUE));
 }
 
 QuietSetUp::QuietSetUp() {
-  if (setting("QUOR_DEBUG") != nullptr || setting("QUOR_TRACE") != nullptr) return;
+  if (isSet("QUOR_DEBUG") || isSet("QUOR_TRACE")) return;
   const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
   if (nowhere < 0) return;
   standardError_ = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
@@ -96,13 +106,24 @@ Elements storedElements(const QueueName &name) {
   return elementsOf(openAside(name));
 }
 
-std::string saidEmpty(const QueueName &name) {
+bool exists(const QueueName &name, const std::string &action) {
+  std::FILE *stream = nullptr;
+  const EFI_STATUS status = varsk_fopen_1(sVarskPartition, name.wide(), "r", &stream);
+  if (stream != nullptr) {
+    varsk_fclose_1(sVarskPartition, stream, "r");
+    return true;
+  }
+  if (status == EFI_ACCESS_DENIED) refuse(action, status);
+  return false;
+}
+
+std::string emptyMessage(const QueueName &name) {
   return name.shown() + " is empty, or there is no such file";
 }
 
 Elements elementsWith(const QueueName &name, std::size_t number) {
   Elements elements = elementsOf(gSSSIB2pvt);
-  if (elements.empty()) throw Stop(Exit::NothingThere, saidEmpty(name));
+  if (elements.empty()) throw Stop(Exit::NothingThere, emptyMessage(name));
   if (elements.size() < number) {
     throw Stop(Exit::NothingThere, name.shown() + " has only " + counted(elements.size()));
   }
@@ -129,4 +150,4 @@ OwnedEntry copyOfEntry(const QueueName &name, SSIB_ENTRY_LIST &element) {
   return entry;
 }
 
-}  // namespace ssib
+}  // namespace tool

@@ -13,12 +13,18 @@
 #include "fields.h"
 #include "VyxSSIBBackend.h"
 
-namespace ssib {
+namespace tool {
+
+/** A name that the headers give, which is ASCII, as the command line takes it. */
+std::string plainName(const wchar_t *name);
+
+/** "1 entry", "2 entries". */
+std::string counted(std::size_t entries);
 
 /** The name of a queue file: as the library takes it, and as it may be shown. */
 class QueueName {
  public:
-  /** Throws Stop when the name is not UTF-8. */
+  /** Throws Stop when the library cannot be given that name. */
   explicit QueueName(const std::string &given);
 
   const wchar_t *wide() const { return wide_.c_str(); }
@@ -71,8 +77,14 @@ Elements elementsOf(const SSIB2_PRIVATE_DATA &handle);
 /** What a queue's file holds now. Throws Stop when it cannot be read. */
 Elements storedElements(const QueueName &name);
 
+/**
+ * Whether there is a file of that name. Throws Stop, "cannot ACTION", when the platform refuses to open it: that is all
+ * by which the platform tells what it cannot read from what is missing.
+ */
+bool exists(const QueueName &name, const std::string &action);
+
 /** What to say of a queue without entries: the library does not tell an empty file from a missing one. */
-std::string saidEmpty(const QueueName &name);
+std::string emptyMessage(const QueueName &name);
 
 /** The elements of the open queue. Throws Stop when there is no entry `number`, the first being 1. */
 Elements elementsWith(const QueueName &name, std::size_t number);
@@ -89,4 +101,4 @@ OwnedEntry newEntry();
 /** A copy of an entry of the open queue, whose cursor is on it afterwards. Throws Stop. */
 OwnedEntry copyOfEntry(const QueueName &name, SSIB_ENTRY_LIST &element);
 
-}  // namespace ssib
+}  // namespace tool

@@ -4,7 +4,7 @@
 #include "commands.h"
 #include "output.h"
 
-namespace ssib {
+namespace tool {
 
 std::string shownEntry(const Request &request, const SSIB_ENTRY_LIST &element) {
   const Form form = request.queue.form();
@@ -18,7 +18,7 @@ void listEntries(const Request &request) {
   if (request.json) {
     print(entriesAsJson(form, elements));
   } else {
-    print(elements.empty() ? saidEmpty(request.queue) + "\n" : entriesAsTable(form, elements));
+    print(elements.empty() ? emptyMessage(request.queue) + "\n" : entriesAsTable(form, elements));
   }
 }
 
@@ -28,4 +28,4 @@ void showEntry(const Request &request) {
   print(shownEntry(request, *elements[request.number - 1]));
 }
 
-}  // namespace ssib
+}  // namespace tool

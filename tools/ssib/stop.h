@@ -5,9 +5,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "VyxSSIBBackend.h"
+#include "host.h"
 
-namespace ssib {
+namespace tool {
 
 enum class Exit { Done = 0, NothingThere = 1, Usage = 2, Refused = 3 };
 
@@ -21,13 +21,14 @@ class Stop : public std::runtime_error {
   Exit exit_;
 };
 
-/** A status by the name that the headers give it, or as a number. */
-std::string statusName(EFI_STATUS status);
-
 /** Ends the command with "cannot ACTION: STATUS". */
-[[noreturn]] void refuse(const std::string &action, EFI_STATUS status);
+[[noreturn]] inline void refuse(const std::string &action, EFI_STATUS status) {
+  throw Stop(Exit::Refused, "cannot " + action + ": " + statusName(status));
+}
 
 /** Ends the command unless `status` is EFI_SUCCESS; the library's own statuses of unwritten files count as failures. */
-void require(EFI_STATUS status, const std::string &action);
+inline void require(EFI_STATUS status, const std::string &action) {
+  if (status != EFI_SUCCESS) refuse(action, status);
+}
 
-}  // namespace ssib
+}  // namespace tool

@@ -1,0 +1,263 @@
+// SPDX-License-Identifier: MIT
+// What the stand-in and the tool keep when system calls fail, when others own, left or link what they find, and when
+// processes fork and race.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "faults.h"
+#include "HostPlatform.h"
+#include "VyxSSIBBackend.h"
+
+namespace vyx::tests {
+namespace {
+
+namespace fs = std::filesystem;
+using std::string;
+
+string contentsOf(const fs::path &path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void fill(const fs::path &path, const string &text) {
+  std::ofstream(path, std::ios::binary) << text;
+}
+
+// Runs something in a child that ends in the ordinary way.
+template <class Body>
+pid_t startChild(Body body) {
+  fflush(nullptr);
+  const pid_t child = fork();
+  if (child != 0) return child;
+  alarm(60);
+  exit(body() ? 0 : 1);
+}
+
+// True when it returned true there.
+bool succeeded(pid_t child) {
+  int status = 0;
+  return waitpid(child, &status, 0) == child && status == 0;
+}
+
+// A root of the storage that nobody else uses. Leaves neither files nor settings behind.
+class Robust : public testing::Test {
+ protected:
+  Robust() {
+    setenv("VARSK_ROOT", root.c_str(), 1);
+    setenv("VARSK_SYNC", "0", 1);
+  }
+  ~Robust() override {
+    fault() = {};
+    for (const char *name : {"VARSK_ROOT", "VARSK_SYNC", "QUOR_DEBUG"}) unsetenv(name);
+    fs::remove_all(base);
+  }
+
+  const fs::path base = [] {
+    char name[] = "/tmp/vyx-platform-XXXXXX";
+    return fs::path(mkdtemp(name));
+  }();
+  const fs::path root = base / "state", partition = root / "VAR025";
+  const fs::path queue = partition / "Main.ssib", attributes = root / "attributes.json";
+
+  static EFI_STATUS open(const char *mode, FILE **stream) {
+    return varsk_fopen_1(SSIB_PARTITION, SSIB_MAIN_QUEUE, mode, stream);
+  }
+  static EFI_STATUS openAndClose(const char *mode) {
+    FILE *stream = nullptr;
+    const EFI_STATUS status = open(mode, &stream);
+    return stream != nullptr ? varsk_fclose_1(SSIB_PARTITION, stream, mode) : status;
+  }
+  static EFI_STATUS read() { return openAndClose("r"); }
+  static EFI_STATUS write() { return openAndClose("w"); }
+  static EFI_STATUS lock(uint32_t milliseconds) {
+    VYX_HOST_LOCK *lock = nullptr;
+    const EFI_STATUS status = vyxHostLockPartition(SSIB_PARTITION, milliseconds, &lock);
+    vyxHostUnlockPartition(lock);
+    return status;
+  }
+};
+
+TEST_F(Robust, WhatCannotBeLookedAtIsNotMissing) {
+  ASSERT_EQ(write(), EFI_SUCCESS);
+  for (const Fault &each : {Fault{"fstatat", 1, EIO},
+                            {"fstatat", 2, EIO},
+                            {"fstatat", 2, EOVERFLOW},
+                            {"openat", 1, EMFILE},
+                            {"fstat", 1, EIO},
+                            {"openat", 1, ENOENT}}) {
+    fault() = each;
+    EXPECT_EQ(read(), each.error == ENOENT ? EFI_NOT_FOUND : EFI_ACCESS_DENIED) << each.call << " " << each.error;
+  }
+  fault() = {};
+  const timespec later[2] = {{4'000'000'000, 0}, {4'000'000'000, 0}};  // in the year 2096
+  ASSERT_EQ(utimensat(AT_FDCWD, queue.c_str(), later, 0), 0);
+  EXPECT_EQ(read(), EFI_SUCCESS);
+}
+
+TEST_F(Robust, AFailedWriteEndsAndLeavesNothing) {
+  setenv("VARSK_SYNC", "1", 1);
+  for (const Fault &each : {Fault{"fstat", 1, EIO, true}, {"fstatat", 3, EIO, true}, {"fsync", 1, EIO, true}}) {
+    EXPECT_TRUE(succeeded(startChild([&] {
+      fault() = each;
+      return write() == EFI_DEVICE_ERROR;
+    }))) << each.call;
+    EXPECT_TRUE(fs::is_empty(partition)) << each.call;
+  }
+}
+
+TEST_F(Robust, NoFileTakesAStandardDescriptor) {
+  setenv("QUOR_DEBUG", (base / "debug.log").c_str(), 1);
+  EXPECT_TRUE(succeeded(startChild([] {
+    for (const int number : {0, 1, 2}) close(number);
+    FILE *stream = nullptr;
+    static VYX_HOST_LOCK *lock = nullptr;
+    const bool done = write() == EFI_SUCCESS && open("r", &stream) == EFI_SUCCESS &&
+                      open("w", &stream) == EFI_SUCCESS && CfgSetAttributeInt("a", 6, 0) == 0 &&
+                      vyxHostLockPartition(SSIB_PARTITION, 0, &lock) == EFI_SUCCESS &&
+                      vyxSSIB2LinuxInitBackend() == EFI_SUCCESS && vyxSsibDebug != nullptr;
+    return done && fcntl(0, F_GETFD) == -1 && fcntl(1, F_GETFD) == -1 && fcntl(2, F_GETFD) == -1;
+  })));
+}
+
+TEST_F(Robust, AWriteAsRootDoesNotLockTheOwnerOut) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root";
+  ASSERT_EQ(chown(base.c_str(), 65534, 65533), 0);
+  EXPECT_EQ(lock(0), EFI_SUCCESS);
+  EXPECT_EQ(CfgSetAttributeInt("a", 6, 0), 0);
+  for (const mode_t mode : {mode_t{0600}, mode_t{0640}}) {
+    EXPECT_EQ(write(), EFI_SUCCESS);
+    for (const auto &path : {root, partition, queue, attributes, partition / ".lock"}) {
+      struct stat status = {};
+      EXPECT_TRUE(stat(path.c_str(), &status) == 0 && status.st_uid == 65534 && status.st_gid == 65533) << path;
+    }
+    EXPECT_EQ(fs::status(queue).permissions(), fs::perms{mode});
+    fs::permissions(queue, fs::perms{0640});
+  }
+  EXPECT_TRUE(succeeded(startChild([] {
+    return setgid(65533) == 0 && setuid(65534) == 0 && lock(0) == EFI_SUCCESS && read() == EFI_SUCCESS &&
+           CfgSetAttributeInt("b", 6, 0) == 0 && write() == EFI_SUCCESS;
+  })));
+}
+
+TEST_F(Robust, OnlyItsOwnLeftOverFilesGo) {
+  fs::create_directories(partition / ".new-folder");
+  fs::create_symlink(base, partition / ".new-aalink");
+  ASSERT_EQ(mkfifo((partition / ".new-aafifo").c_str(), 0600), 0);
+  for (const char *name : {".new-abcdef", ".new-abcde", ".new-abcdefg", ".new-abc.ef", ".old-abcdef", ".new-others"})
+    fill(partition / name, "");
+  const bool canGive = chown((partition / ".new-others").c_str(), 65534, 65534) == 0;
+  EXPECT_EQ(write(), EFI_SUCCESS);
+  EXPECT_FALSE(fs::exists(partition / ".new-abcdef"));
+  EXPECT_EQ(std::distance(fs::directory_iterator(partition), {}), canGive ? 9 : 8);
+}
+
+TEST_F(Robust, AChildNeitherWritesNorRemovesItsParentsFile) {
+  FILE *stream = nullptr;
+  ASSERT_EQ(open("w", &stream), EFI_SUCCESS);
+  for (const bool isClosing : {false, true}) {
+    fputs("parent ", stream);
+    EXPECT_TRUE(succeeded(startChild([&] {
+      fputs("child ", stream);
+      return !isClosing || varsk_fclose_1(SSIB_PARTITION, stream, "w") == EFI_DEVICE_ERROR;
+    })));
+  }
+  EXPECT_EQ(varsk_fclose_1(SSIB_PARTITION, stream, "w"), EFI_SUCCESS);
+  EXPECT_EQ(contentsOf(queue), "parent parent ");
+}
+
+TEST_F(Robust, DirectoriesAreSynchronisedBeforeAFirstFileWhoeverMadeThem) {
+  setenv("VARSK_SYNC", "1", 1);
+  fs::create_directories(partition);
+  for (const auto directories : {std::distance(partition.begin(), partition.end()), std::ptrdiff_t{0}}) {
+    fault() = {"fsync", 0, 0};
+    EXPECT_EQ(write(), EFI_SUCCESS);
+    EXPECT_EQ(fault().seen, directories + 2);  // and the file, and its directory once it is in its place
+  }
+}
+
+TEST_F(Robust, ALinkIsNoPartition) {
+  fs::create_directories(root);
+  fs::create_directory_symlink(base, partition);
+  fill(queue, "old");
+  for (const EFI_STATUS status : {read(), write(), lock(0), varsk_fdelete_1(SSIB_PARTITION, SSIB_MAIN_QUEUE)})
+    EXPECT_EQ(status, EFI_ACCESS_DENIED);
+  EXPECT_EQ(contentsOf(queue), "old");
+}
+
+TEST_F(Robust, AttributesSetAtTheSameTimeAllArrive) {
+  std::vector<pid_t> children;
+  for (int i = 0; i < 80; ++i)
+    children.push_back(startChild([i] { return CfgSetAttributeInt(std::to_string(i).c_str(), 6, i) == 0; }));
+  EXPECT_TRUE(std::ranges::all_of(children, succeeded));
+  EXPECT_EQ(std::ranges::count(contentsOf(attributes), '['), 80);
+}
+
+TEST_F(Robust, ADeepAttributesFileIsRefused) {
+  const string deep = "{\"a\":" + string(1000000, '[') + string(1000000, ']') + "}";
+  fs::create_directories(root);
+  fill(attributes, deep);
+  EXPECT_TRUE(succeeded(startChild([] { return CfgSetAttributeInt("b", 6, 0) == -1; })));
+  EXPECT_TRUE(contentsOf(attributes) == deep);
+}
+
+TEST_F(Robust, ALockExcludesOthersForAsLongAsTheyWait) {
+  VYX_HOST_LOCK *held = nullptr;
+  ASSERT_EQ(vyxHostLockPartition(SSIB_PARTITION, 0, &held), EFI_SUCCESS);
+  for (const uint32_t milliseconds : {0U, 30U}) EXPECT_EQ(lock(milliseconds), VYX_HOST_TIMEOUT);
+  vyxHostUnlockPartition(held);
+  EXPECT_EQ(lock(VYX_HOST_FOREVER), EFI_SUCCESS);
+}
+
+class RobustTool : public Robust {
+ protected:
+  // What the command prints, and its exit status.
+  static std::pair<string, int> run(const string &command) {
+    FILE *pipe = popen((command + " 2>&1").c_str(), "r");
+    string output;
+    for (int c = 0; (c = fgetc(pipe)) != EOF;) output += static_cast<char>(c);
+    return {output, WEXITSTATUS(pclose(pipe))};
+  }
+};
+
+// Whatever fails, what the tool could not read it does not call missing, and it loses no entry.
+TEST_F(RobustTool, OneFailedCallIsRefusedOrHarmless) {
+  for (const char *command : {"list", "delete -q Sub.ssib", "merge -q Sub.ssib --delete"}) {
+    for (int i = 0; i < 32; ++i) {
+      const string given = (i % 2 == 0 ? "openat " : "fstatat ") + std::to_string(i / 2 + 1) + " 5";
+      SCOPED_TRACE(string(command) + ": " + given);
+      fs::create_directories(partition);
+      for (const string name : {"Main", "Sub"})
+        fill(partition / (name + ".ssib"), "<X><Y TASK_NAME=\"" + name + "\"><CMD_LINE>c</CMD_LINE></Y></X>");
+      const auto [output, status] = run("VYX_FAULT='" + given + "' " SSIB_FAULTY " " + command);
+      EXPECT_TRUE(status == 0 || status == 3) << status << output;
+      const string all = contentsOf(queue) + contentsOf(partition / "Sub.ssib");
+      EXPECT_NE(all.find("\"Main\""), string::npos) << output;
+      EXPECT_TRUE(*command == 'd' || all.find("\"Sub\"") != string::npos) << output;
+      EXPECT_TRUE(status != 0 || fs::exists(partition / "Sub.ssib") == (*command == 'l')) << output;
+      EXPECT_TRUE(status != 0 || (output.find(" Main ") != string::npos) == (*command == 'l')) << output;
+    }
+  }
+}
+
+TEST_F(RobustTool, WorksOnAPlatformWithoutTheStandInsFunctions) {
+  const std::pair<const char *, std::pair<string, int>> rows[] = {
+      {"add -q a.json", {"ssib: this platform has no lock; see to it that nobody else changes the queues\n", 0}},
+      {"list -q a\x1B.json", {"ssib: --queue: a\\x1B.json is not ASCII, as names have to be on this platform\n", 2}},
+      {"list -q a.json", {"a.json is empty, or there is no such file\n", 0}},
+      {"list", {"ssib: cannot open Main.ssib: 0x80000015\n", 3}},
+  };
+  for (const auto &[arguments, outcome] : rows)
+    EXPECT_EQ(run(string(SSIB_OWN_PLATFORM " ") + arguments), outcome) << arguments;
+}
+
+}  // namespace
+}  // namespace vyx::tests
