@@ -73,18 +73,9 @@ void put(std::string &text, const char *name, const char *value) {
   if (value != nullptr) text += std::string(" ") + name + "=" + value;
 }
 
-// A job as it was read is its letter alone, as it was added its letter and its priority.
-std::string inShort(const std::string &job) {
-  const std::size_t value = job.find('=', job.starts_with(" Timeout=600") ? 12 : 0) + 1;  // of the first text
-  const std::string letter = job.substr(value, 1);
-  if (job == " Cmd_Line=" + letter || job == " Display_Name=" + letter) return letter;
-  const std::string added = " Timeout=600 Cmd_Line=" + letter + " Display_Name=" + letter + " priority=";
-  return job.starts_with(added) && job.size() == added.size() + 1 ? letter + job.back() : job;
-}
-
 }  // namespace
 
-Job::Job(char name) : SSIB_ENTRY{} {
+Job::Job(char name) : SSIB_ENTRY() {
   static char names[256][2];
   if (name == '-') return;
   char *const ownName = names[static_cast<unsigned char>(name)];
@@ -155,10 +146,16 @@ std::string textOf(const SSIB_ENTRY &entry) {
 std::string textOf(const SSIB_ENTRY_LIST *first, const SSIB_ENTRY_LIST *cursor) {
   std::string text;
   for (const SSIB_ENTRY_LIST *element = first; element != nullptr; element = element->next) {
-    std::string job = textOf(element->entry);
+    const SSIB_ENTRY &entry = element->entry;
+    const char *const found = entry.Cmd_Line != nullptr ? entry.Cmd_Line : entry.Display_Name;
+    const std::string name = found == nullptr ? "" : found, priority = std::to_string(element->priority);
+    std::string job = textOf(entry);
     put(job, "mask", element->fieldMask);
-    if (element->priority != 3) job += " priority=" + std::to_string(element->priority);
-    text.append(element == cursor ? ">[" : "[").append(inShort(job)).append("]");
+    if (element->priority != 3) job += " priority=" + priority;
+    if (job == " Cmd_Line=" + name || job == " Display_Name=" + name) job = name;
+    if (job == " Timeout=600 Cmd_Line=" + name + " Display_Name=" + name + " priority=" + priority)
+      job = name + priority;
+    text.append(element == cursor ? ">[" : "[").append(job).append("]");
   }
   return text;
 }

@@ -21,13 +21,13 @@ std::string fileOf(const std::string &name, const std::string &jobs);
 // All files of the platform, as in " | Main.ssib=ab": the jobs, when a flush of jobs has written it, or the whole text.
 std::string textOfFiles();
 
-// The tree of a document that is well-formed; the caller's. And back, a chain of them: nothing stands for a string
-// that is missing, "~" for one without a text.
+// The tree of a document that is well-formed; the caller's. And back, a chain of them: nothing stands for a string that
+// is missing, "~" for one without a text.
 XML_NODE *treeOf(const std::string &document);
 std::string textOf(const XML_NODE *node);
 
-// What is not 0 or null in an entry, a blank in front of each: " Version=1 Cmd_Line=run Node=<n/>". The usual texts
-// of a form are left out where none of them is missing.
+// What is not 0 or null in an entry, a blank in front of each: " Version=1 Cmd_Line=run Node=<n/>". The usual texts of
+// a form are left out where none of them is missing.
 std::string textOf(const SSIB_ENTRY &entry);
 
 // The elements of a list, the one under the cursor marked: "[ Version=1 mask=4]>[ Cmd_Line=a priority=1]". Priority 3

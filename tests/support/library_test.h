@@ -29,7 +29,7 @@ class LibraryTest : public ::testing::Test {
   // entry that was handed out, then the state. Steps are parted by "; ":
   //
   //   file NAME JOBS      a file with these jobs comes into being (see fileOf); file NAME alone is an empty one
-  //   old                 the handle gets a list, a name and a tree, as a refused close or a careless caller leaves it
+  //   old                 the handle gets a list, a name and a tree, as refused closes and careless callers leave them
   //   service off         the handle loses its XML service; "on" gives it back
   //   mode NUMBER, cursor, priority NUMBER   the handle's mode; its cursor on the head; the priority of the head
   //   partition NAME      of sVarskPartition
@@ -37,8 +37,8 @@ class LibraryTest : public ::testing::Test {
   //   fail KIND [NTH [STATUS [RESULT]]]   during the next call the nth allocation, or platform call whose record begins
   //                       with KIND ("any" for each), or all writing ("write") fails (see Fault)
   //   open NAME  close  flush  flush-json  get  peek  delete-file NAME  merge NAME DELETES  parse TEXT
-  //   add JOBS LOCATION MASK  delete JOB  remove JOB  compare JOB JOB  replace JOB JOB  init
-  //                       a JOB "0" is null; "own" is the handle's file name itself
+  //   add JOBS LOCATION MASK  delete JOB  remove JOB  compare JOB JOB  replace JOB JOB  init   a JOB "0" is null;
+  //                       "own" is the handle's file name itself
   std::string play(const std::string &script);
 
   // Plays each script after what comes before, on a platform of its own. With a tag, only those log lines count.

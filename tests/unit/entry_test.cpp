@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Getting, adding, deleting, comparing and replacing entries: the copies that change hands, what is reported, and
-// what is refused, by the other operations too.
+// Getting, adding, deleting, comparing and replacing entries: the copies that change hands, what is reported, and what
+// is refused, by the other operations too.
 #include "ssib_if2_backend/list.h"
 #include "support/library_test.h"
 
@@ -36,7 +36,6 @@ const std::string kNoTimeout = "|WARNING: Invalid Timeout of 0, replacing with d
 const std::string kInserted =
     "|iAddToSSIBQueue - found insertion point based on priority\n"
     "|iAddToSSIBQueue - List is not null, adding BEFORE the found entry.\n|iAddToSSIBQueue - Done.\n";
-const std::string kJobA = "[a5]";
 const std::string kFound =
     "|iDeleteSSIBEntry - Look up result = @.\n|iDeleteSSIBEntry - found = @.\n"
     "|iDeleteSSIBEntry - Checking if ssibEntryListPtr (@) ==  entry to be deleted. (@)\n";
@@ -61,7 +60,6 @@ const std::string kEnter = "|Enter SSIBEntryCmp\n";
 const std::string kReplacing =
     "iReplaceSSIBEntry|Entered\niReplaceSSIBEntry|Found Old Entry... Replacing...\niReplaceSSIBEntry|Exit. 0x";
 const std::string kNoMemory = kReplacing + "80000009\n= 80000009\n";
-const std::string kJobB = "[b5]";
 const std::string kFullNumbers = " Version=1 mode=1 Block_ID=2 RB_Type=3 RB_Req=4 Rtn_Code=5 RT_Count=6 Job_ID=j";
 
 TEST_F(Get, HandsOutACopyOfEverything) {
@@ -86,17 +84,17 @@ TEST_F(Add, KeepsACopyOfEverythingAtThePlaceOfItsPriority) {
           {"everything", "add F 1 4294967295",
            "|iAddToSSIBQueue - 1 entries addlocation = 1\n" + kNoTimeout + "|Job_ID: j\n" + kFullTexts + kDuped +
                "|ADDTOQ : Doing an Prepend HI\n" + kInserted + "= 0\n1 Main.ssib [" + kFull +
-               " mask=4294967295 priority=1]" + kJobA + "\n"},
+               " mask=4294967295 priority=1][a5]\n"},
           {"no bit for the job's identity", "add F 2 4294967263",
            "|iAddToSSIBQueue - 1 entries addlocation = 2\n" + kNoTimeout + kFullTexts + kDuped +
                "|ADDTOQ : Doing an APPEND HI\n" + kInserted +
                "= 0\n"
                "1 Main.ssib [ Version=1 mode=1 Block_ID=2 RB_Type=3 RB_Req=4 Timeout=600 Rtn_Code=5 RT_Count=6 "
-               "Cmd_Line=F Display_Name=F Target_Version=v Node=<n x=\"1\">t<m/></n> mask=4294967263 priority=2]" +
-               kJobA + "\n"},
+               "Cmd_Line=F Display_Name=F Target_Version=v Node=<n x=\"1\">t<m/></n> mask=4294967263 "
+               "priority=2][a5]\n"},
           {"the last before", "add - 4",
            "|iAddToSSIBQueue - 1 entries addlocation = 4\n" + kNoTimeout + "|ADDTOQ : Doing an APPEND HI\n" +
-               kInserted + "= 0\n1 Main.ssib [ Timeout=600 priority=4]" + kJobA + "\n"},
+               kInserted + "= 0\n1 Main.ssib [ Timeout=600 priority=4][a5]\n"},
           {"after what a client put at the end", "priority 200; add ab 5",
            "|iAddToSSIBQueue - 2 entries addlocation = 5\n|Cmd_Line: a\n|Task_Name: task\n|LU_Category: cat\n"
            "|Display_Name: a\n|Job_Type: OTHER\n|FQDD: fqdd\n|Resource_URI: uri\n|Resource_Type: type\n"
@@ -104,9 +102,8 @@ TEST_F(Add, KeepsACopyOfEverythingAtThePlaceOfItsPriority) {
                kInserted +
                "|Cmd_Line: b\n|Task_Name: task\n|LU_Category: cat\n|Display_Name: b\n|Job_Type: OTHER\n|FQDD: fqdd\n"
                "|Resource_URI: uri\n|Resource_Type: type\n|Resource_Namespace: ns\n|ADDTOQ : Doing an Append Lo\n" +
-               kInserted + "= 0\n1 Main.ssib [ Timeout=600 Cmd_Line=a Display_Name=a priority=200]" + kJobA + kJobB +
-               "\n"},
-          {"nothing", "add  5", "|iAddToSSIBQueue - 0 entries addlocation = 5\n= 0\n1 Main.ssib " + kJobA + "\n"},
+               kInserted + "= 0\n1 Main.ssib [a200][a5][b5]\n"},
+          {"nothing", "add  5", "|iAddToSSIBQueue - 0 entries addlocation = 5\n= 0\n1 Main.ssib [a5]\n"},
       },
       "open Main.ssib; add a");
 }
@@ -136,7 +133,7 @@ TEST_F(Delete, TakesTheFirstMatchAndRemovingWritesTheFile) {
       },
       "file Main.ssib aba; open Main.ssib");
   host() = Platform();
-  EXPECT_EQ(outcome("open Main.ssib; add a 1; add a 5; delete a"), "0; 1 Main.ssib " + kJobA);
+  EXPECT_EQ(outcome("open Main.ssib; add a 1; add a 5; delete a"), "0; 1 Main.ssib [a5]");
 }
 
 TEST_F(Compare, ReportsWhatItFound) {
@@ -259,24 +256,24 @@ TEST_F(Replace, PutsACopyInTheEntrysPlace) {
   expectDialogues(
       {
           {"replaced", "replace b F",
-           kReplacing + "00000000\n= 0\n1 Main.ssib " + kJobA + "[" + kFullNumbers +
+           kReplacing + "00000000\n= 0\n1 Main.ssib [a5][" + kFullNumbers +
                " Cmd_Line=F Display_Name=F Target_Version=v Node=<n x=\"1\">t<m/></n> priority=5]\n"},
           {"missing", "replace c F",
-           "iReplaceSSIBEntry|Entered\niReplaceSSIBEntry|Exit. 0x8000000e\n= 8000000e\n1 Main.ssib " + kJobA + kJobB +
-               "\n"},
+           "iReplaceSSIBEntry|Entered\niReplaceSSIBEntry|Exit. 0x8000000e\n= 8000000e\n1 Main.ssib [a5][b5]\n"},
           {"null", "replace 0 a; replace a 0",
            "iReplaceSSIBEntry|Entered\niReplaceSSIBEntry|Exit. 0x80000002\n= 80000002\niReplaceSSIBEntry|Entered\n"
-           "iReplaceSSIBEntry|Exit. 0x80000002\n= 80000002\n1 Main.ssib " +
-               kJobA + kJobB + "\n"},
+           "iReplaceSSIBEntry|Exit. 0x80000002\n= 80000002\n1 Main.ssib [a5][b5]\n"},
           {"no memory for the second text", "fail allocation 2; replace a F",
-           kNoMemory + "1 Main.ssib [" + kFullNumbers + " priority=5]" + kJobB + "\n"},
+           kNoMemory + "1 Main.ssib [" + kFullNumbers + " priority=5][b5]\n"},
           {"no memory for the last text", "fail allocation 11; replace a F",
-           kNoMemory + "1 Main.ssib [" + kFullNumbers + " Cmd_Line=F Display_Name=F priority=5]" + kJobB + "\n"},
+           kNoMemory + "1 Main.ssib [" + kFullNumbers + " Cmd_Line=F Display_Name=F priority=5][b5]\n"},
           {"no texts to compare", "add o; fail Serialize 0 0; replace o F",
-           "= 0\niReplaceSSIBEntry|Entered\niReplaceSSIBEntry|Exit. 0x8000000e\n= 8000000e\n1 Main.ssib " + kJobA +
-               kJobB + "[ Timeout=600 Display_Name=o Node=<o/> priority=5]\n"},
+           "= 0\niReplaceSSIBEntry|Entered\niReplaceSSIBEntry|Exit. 0x8000000e\n= 8000000e\n"
+           "1 Main.ssib [a5][b5][ Timeout=600 Display_Name=o Node=<o/> priority=5]\n"},
       },
       "open Main.ssib; add ab", "iReplaceSSIBEntry|");
+  const std::string compared = play("open a.json; add a; replace b a");
+  EXPECT_NE(compared.find("|e1->Display_Name [b].\n|e2->Display_Name [a].\n"), std::string::npos) << compared;
 }
 
 TEST_F(Arguments, BadOnesAreRefusedAndChangeNothing) {

@@ -49,8 +49,7 @@ std::string inShort(std::string text) {
 class Faults : public LibraryTest {
  protected:
   // What comes of an operation when one thing fails, whichever it is: what handle and files are like afterwards, and
-  // the statuses (with what was handed out) with which the operation leaves them so, a line each: "0 80000009:
-  // STATE".
+  // the statuses (with what was handed out) with which the operation leaves them so, a line each: "0 80000009: STATE".
   std::string outcomesOf(const std::string &before, const std::string &operation) {
     std::map<std::string, std::set<std::string>> outcomes;
     for (const auto &[kind, status] : kFailures) {

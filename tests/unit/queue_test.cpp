@@ -151,7 +151,7 @@ TEST_F(Open, ATaskListTakesTheseStepsAndKeepsNothingOfAnEarlierUse) {
           {"shorter than announced", "file a.json u; size 1000; open a.json",
            kTaskReading +
                "|iOpenJSON - Error reading. Returning.\nclose VAR025 r\n= 80000007\n0 mode 1 TREE | a.json=u\n"},
-          {"attribute not set", "file a.json u; fail set 1 ffffffff; open a.json",
+          {"attribute not set", "file a.json u; fail set 1 1; open a.json",
            kTaskReading + kUpdate +
                "|ERROR: unable to Set the attr Calderwick.Embedded.1#CWAttributes.1#PackageCacheUpdateFlag\n" +
                kJobRead},
@@ -244,6 +244,12 @@ TEST_F(Flush, ATaskListTakesTheseSteps) {
 TEST_F(Flush, NeedsANameAndForATaskListAJob) {
   const std::string nameless = "|iFlushSSIBQueue  SSIB2->ssibFileName is null. Returning with error\n";
   EXPECT_EQ(play("flush"), kCalled + nameless + "= 300004\n0\n");
+  outcome("open Main.ssib");
+  EXPECT_EQ(play("fail Create 1 0; flush"), kCalled +
+                                                "|iFlushSSIBQueue  create_xml_tree with ssibEntryListHead = 0.\n" +
+                                                kCreate + kNoTree + "1 Main.ssib\n");
+  outcome("close");
+  host() = Platform();
   outcome("open a.json");
   EXPECT_EQ(play("flush"), kTaskCalled + "= 80000002\n1 mode 1 a.json\n");
   outcome("add a");

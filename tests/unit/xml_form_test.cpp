@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The XML queue file's form: what blocks become entries, what entries become blocks, and the copies of trees.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -103,6 +104,12 @@ TEST_F(XmlForm, ReadsTheLastUnknownChildWhateverTheEarlierOnesLack) {
   }
 }
 
+TEST_F(XmlForm, ReportsACopyOfEachUnknownChildWithAllThatFollows) {
+  host().files["VAR025/Main.ssib"] = "<r><b><n/><o><m/><m/></o><p/></b></r>";
+  outcome("open Main.ssib");
+  EXPECT_EQ(std::ranges::count(host().events, "dupeNode|About to dupe the XML Node"), 5 + 4 + 1);
+}
+
 TEST_F(XmlForm, ReadsTreesThatNoParserMakes) {
   const ssib::XmlTree root(treeOf("<r><b JOB_ID='j' TIMEOUT='9' Version='8' a='1'/></r>"), {service()});
   XML_NODE *block = root.get()->firstChild;
@@ -126,8 +133,8 @@ TEST_F(XmlForm, WritesAllOfAnEntryAndCutsQuotesOffItsCommand) {
                                                  {"", ""},
                                                  {"\"cut\"", "cut"},
                                                  {"\"cut", "cu"},
-                                                 {"\"", ""},
                                                  {"\"a", ""},
+                                                 {"\"", ""},
                                                  {"\x01", "refused"}};
   for (auto &[command, expected] : rows) {
     Job job('F');
@@ -165,9 +172,8 @@ TEST_F(XmlForm, ACopyHasTheSameContentsAndItsOwnLinks) {
   const ssib::XmlTree source(treeOf("<r><a x='1' y='2'>t<b/><c/></a><d/></r>"), {service()});
   XML_NODE *from = source.get()->firstChild;
   from->name->flags = 7;
-  XML_STRING *emptied = from->attributes->next->value;
-  std::free(emptied->text);
-  emptied->text = nullptr;
+  std::free(from->attributes->next->value->text);
+  from->attributes->next->value->text = nullptr;
   XML_NODE parent = {};
   const ssib::XmlTree tree(ssib::dupeNode(from, &parent), {service()});
   const XML_NODE *copy = tree.get(), *next = copy->nextSibling, *below = copy->firstChild->nextSibling;
