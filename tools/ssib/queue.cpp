@@ -120,10 +120,10 @@ void deleteFile(const QueueName &name) {
 }
 
 // Without the lock a file that a writer replaces between the library's two looks at it, the first for its size, seems
-// damaged: it is not refused at the first try.
+// damaged: it is refused only when it seems so again and again.
 Queue::Queue(const QueueName &name, Access access, const std::string &action) : name_(name), handle_(&newHandle(name)) {
   EFI_STATUS status = iOpenSSIB(handle_, name.wide());
-  if (status != EFI_SUCCESS && access == Access::Unlocked) {
+  for (int again = 3; status != EFI_SUCCESS && access == Access::Unlocked && again > 0; --again) {
     // A task list that is refused counts as open. Its list is empty, so that the close writes nothing.
     iCloseSSIB(handle_);
     status = iOpenSSIB(handle_, name.wide());
