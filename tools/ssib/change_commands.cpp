@@ -16,11 +16,14 @@
 namespace tool {
 namespace {
 
+struct CloseFile {
+  void operator()(std::FILE *file) const { std::fclose(file); }
+};
+
 std::string readAll(const std::string &path) {
   const std::string action = "read " + escaped(path) + ": ";
   const bool isInput = path == "-";
-  const std::unique_ptr<std::FILE, decltype(&std::fclose)> file(isInput ? nullptr : std::fopen(path.c_str(), "rbe"),
-                                                                &std::fclose);
+  const std::unique_ptr<std::FILE, CloseFile> file(isInput ? nullptr : std::fopen(path.c_str(), "rbe"));
   std::FILE *stream = isInput ? stdin : file.get();
   if (stream == nullptr) throw Stop(Exit::Refused, "cannot " + action + std::strerror(errno));
   std::string text;
