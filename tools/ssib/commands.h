@@ -4,9 +4,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "options.h"
 #include "queue.h"
+#include "stop.h"
 
 namespace tool {
 
@@ -18,6 +20,8 @@ struct Request {
   std::uint32_t addLocation = SSIB_ADD_APPEND_LO;
   bool json = false;
   bool deleteFile = false;
+  std::vector<QueueName> queues = {};  // those named beside --queue
+  bool inPlace = false;
 };
 
 void listEntries(const Request &request);
@@ -28,6 +32,8 @@ void removeEntry(const Request &request);
 void replaceEntry(const Request &request);
 void mergeQueue(const Request &request);
 void deleteQueue(const Request &request);
+Exit checkQueues(const Request &request);
+Exit salvageQueue(const Request &request);
 
 /** The entry as `show` prints it. */
 std::string shownEntry(const Request &request, const SSIB_ENTRY_LIST &element);

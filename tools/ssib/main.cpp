@@ -16,18 +16,24 @@
 namespace tool {
 namespace {
 
-enum Takes : unsigned { kNumber = 1, kFields = 2, kJson = 4, kLocation = 8, kDelete = 16 };
+enum Takes : unsigned { kNumber = 1, kFields = 2, kJson = 4, kLocation = 8, kDelete = 16, kQueues = 32, kInPlace = 64 };
 
 struct Command {
   const char *name;
   unsigned takes;
-  void (*run)(const Request &);
+  Exit (*run)(const Request &);
   const char *summary;
   const char *details;
 };
 
+template <auto command>
+Exit done(const Request &request) {
+  command(request);
+  return Exit::Done;
+}
+
 constexpr Command kCommands[] = {
-    {"add", kFields | kLocation, addEntry, "Add one entry",
+    {"add", kFields | kLocation, done<addEntry>, "Add one entry",
      "An option that is not given leaves its field out; a command line that is not given is stored empty.\n"
      "Priorities (--at) decide the place in the queue once: they are not stored, and what is in the file already\n"
      "stands between hi and lo. So both hi places are the front of the queue here, and both lo places its end.\n"
@@ -36,29 +42,37 @@ constexpr Command kCommands[] = {
      "Refused are: a number out of range, a field that the queue's form does not store, and a value that the file\n"
      "would not give back: in an XML queue control characters other than tab, line feed and carriage return; in a\n"
      "task list control characters, any of \" \\ { } [ ], an empty value, more than 4095 bytes, the name of a key."},
-    {"list", kJson, listEntries, "Show the entries in order",
+    {"list", kJson, done<listEntries>, "Show the entries in order",
      "Changes no queue. An empty or missing one is exit status 0. \"-\" stands for a field that the entry does not\n"
      "have, \"\" for a text without characters."},
-    {"show", kNumber | kJson, showEntry, "Show one entry with all its fields", "Changes no queue."},
-    {"peek", kJson, showEntry, "Show the first entry", "Changes no queue."},
-    {"take", kJson, takeEntry, "Show the first entry and remove it from the queue",
+    {"show", kNumber | kJson, done<showEntry>, "Show one entry with all its fields", "Changes no queue."},
+    {"peek", kJson, done<showEntry>, "Show the first entry", "Changes no queue."},
+    {"take", kJson, done<takeEntry>, "Show the first entry and remove it from the queue",
      "The entry is removed only after all of it has been printed. When the removal fails, standard error says so.\n"
      "The last entry of a task list is shown but not removed: 'ssib delete' deletes the file."},
-    {"remove", kNumber, removeEntry, "Remove one entry",
+    {"remove", kNumber, done<removeEntry>, "Remove one entry",
      "Refused when the library could not tell the entry from another one. It does not go by the place: in an XML\n"
      "queue it compares Version, Block_ID, RB_Type, RB_Req, Timeout, Rtn_Code, Job_ID, Cmd_Line, Task_Name and\n"
      "LU_Category, in a task list Display_Name, Job_Type, FQDD, Resource_URI, Resource_Type and Resource_Namespace.\n"
      "'ssib take' takes the first entry, whatever others are like.\n"
      "The last entry of a task list cannot be removed: 'ssib delete' deletes the file."},
-    {"replace", kNumber | kFields, replaceEntry, "Give one entry new values for the fields named",
+    {"replace", kNumber | kFields, done<replaceEntry>, "Give one entry new values for the fields named",
      "Fields that are not named keep their values, and the entry keeps its place. Refused when the library could not\n"
      "tell the entry from another one: in an XML queue it compares all fields, in a task list Display_Name, Job_Type,\n"
      "FQDD and Resource_Namespace. An entry that is given a command line loses its extra content (Node)."},
-    {"merge", kDelete, mergeQueue, "Move the entries of a queue to the end of its main queue",
+    {"merge", kDelete, done<mergeQueue>, "Move the entries of a queue to the end of its main queue",
      "--queue names the queue to fold into Main.ssib or, when its name contains \"json\", into BIOS_task_list.json.\n"
      "The queue's file stays, empty. A task list's keeps its entries unless --delete is given: merged once more, they\n"
      "are in the main queue twice."},
-    {"delete", 0, deleteQueue, "Delete the queue's file", ""},
+    {"delete", 0, done<deleteQueue>, "Delete the queue's file", ""},
+    {"check", kQueues | kJson, checkQueues, "Say whether queues are sound",
+     "Without QUEUE all queue files of the partition. Changes no queue. Remarks are what the next write would drop or\n"
+     "change, jobs that firmware could never remove or cannot tell apart, and other oddities.\n"
+     "Exit status 0: sound; 1: remarks, or a queue is missing; 3: damaged, or a file cannot be read."},
+    {"salvage", kInPlace, salvageQueue, "Print the entries of a damaged queue that are whole",
+     "They are printed as 'list --json' prints entries; standard error says where the file is damaged and what was "
+     "left\n"
+     "out. --in-place writes them in place of the damaged file, which is kept as NAME.damaged."},
 };
 
 constexpr const char *kFooter =
@@ -69,11 +83,13 @@ constexpr const char *kFooter =
     "UPDATE jobs sets their configuration attribute.\n\n"
     "Exit status:\n"
     "  0  done\n"
-    "  1  there was nothing to do it to: the queue is empty, or there is no such entry or file\n"
+    "  1  there was nothing to do it to: the queue is empty, or there is no such entry or file; check: remarks\n"
     "  2  wrong usage; nothing was looked at\n"
-    "  3  the library or the platform refused: standard error names the operation, the file and the status\n\n"
+    "  3  the library or the platform refused: standard error names the operation, the file and the status; check: a\n"
+    "     damaged queue\n\n"
     "Statuses:\n"
-    "  EFI_INVALID_PARAMETER    open: the file is damaged, or not of the form that its name says\n"
+    "  EFI_INVALID_PARAMETER    open: the file is damaged, or not of the form that its name says: 'ssib check' says\n"
+    "                           where, 'ssib salvage' reads what is whole\n"
     "  EFI_ACCESS_DENIED        no permission, not a regular file, a file that cannot be looked at, or not a name for\n"
     "                           a file of the partition: 1 to 255 bytes without '/', not beginning with '.'\n"
     "  EFI_DEVICE_ERROR         not all could be read or written; a full disk, for example\n"
@@ -100,6 +116,8 @@ struct Arguments {
   GivenFields fields;
   bool json = false;
   bool deleteFile = false;
+  bool inPlace = false;
+  std::vector<std::string> queues;
 };
 
 std::size_t parseEntryNumber(const std::string &text) {
@@ -117,7 +135,9 @@ Request requestOf(const Arguments &arguments) {
           .number = parseEntryNumber(arguments.number),
           .addLocation = kLocations.at(arguments.location),
           .json = arguments.json,
-          .deleteFile = arguments.deleteFile};
+          .deleteFile = arguments.deleteFile,
+          .queues = {arguments.queues.begin(), arguments.queues.end()},
+          .inPlace = arguments.inPlace};
 }
 
 const char *groupOf(const Field &field) {
@@ -162,6 +182,8 @@ CLI::App *declareCommand(CLI::App &app, const Command &command, Arguments &argum
         ->capture_default_str();
   }
   if (command.takes & kDelete) declared->add_flag("--delete", arguments.deleteFile, "then delete the queue's file");
+  if (command.takes & kQueues) declared->add_option("QUEUE", arguments.queues, "names of queues")->type_name("");
+  if (command.takes & kInPlace) declared->add_flag("--in-place", arguments.inPlace, "write a sound file");
   return declared;
 }
 
@@ -212,10 +234,10 @@ Exit run(int argc, char **argv) {
     print(asked.str());
     return status == 0 ? Exit::Done : Exit::Usage;
   }
+  if (app.count("--queue") > 0) arguments.queues.push_back(arguments.queue);
   const Request request = requestOf(arguments);
   startLibrary();
-  commands.at(app.get_subcommands().front())->run(request);
-  return Exit::Done;
+  return commands.at(app.get_subcommands().front())->run(request);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "host.h"
 #include "stop.h"
@@ -50,6 +51,13 @@ QueueName::QueueName(const std::string &given) : wide_(wideName(given)), shown_(
 
 Form QueueName::form() const {
   return wide_.find(SSIB_TASK_LIST_MARK) != std::wstring::npos ? Form::TaskList : Form::Xml;
+}
+
+QueueName QueueName::with(const char *suffix) const {
+  QueueName longer = *this;
+  longer.wide_.append(suffix, suffix + std::strlen(suffix));
+  longer.shown_ += suffix;
+  return longer;
 }
 
 QueueName QueueName::mainQueue() const {

@@ -30,6 +30,8 @@ class QueueName {
   const wchar_t *wide() const { return wide_.c_str(); }
   const std::string &shown() const { return shown_; }
   Form form() const;
+  /** This name with something at its end. */
+  QueueName with(const char *suffix) const;
   /** The main queue of this queue's form. */
   QueueName mainQueue() const;
   bool operator==(const QueueName &other) const { return wide_ == other.wide_; }
