@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Texts of a queue as JSON values. A queue's texts are bytes; JSON's are Unicode. So that every text comes back byte for
-// byte, one that is not UTF-8 is an object with its bytes in hexadecimal: {"bytes": "6162ff"}.
+// Texts of a queue as JSON values. A queue's texts are bytes; JSON's are Unicode. So that every text comes back byte
+// for byte, one that is not UTF-8 is an object with its bytes in hexadecimal: {"bytes": "6162ff"}.
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>

@@ -67,8 +67,8 @@ bool isTaskListEntry(const StrictEntry &entry);
 StrictReading readStrictly(Form form, std::string_view bytes);
 
 /**
- * The two forms: damage, entries and what is special about their texts. The library reads bytes up to a NUL; in a damaged
- * file entries are looked for after it, too.
+ * The two forms: damage, entries and what is special about their texts. The library reads bytes up to a NUL; in a
+ * damaged file entries are looked for after it, too.
  */
 void readXmlStrictly(std::string_view bytes, StrictReading &reading);
 void readTaskListStrictly(std::string_view bytes, StrictReading &reading);
