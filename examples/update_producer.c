@@ -41,7 +41,7 @@ static EFI_STATUS renew_or_add(SSIB2_PRIVATE_DATA *queue, SSIB_ENTRY *job, int *
 }
 
 /*
- * A task list that does not parse counts as open all the same, with an empty list, and wants a close. The close reports
+ * A task list that does not parse counts as open all the same, with an empty list, and needs a close. The close reports
  * EFI_INVALID_PARAMETER and leaves the damaged file alone, because an empty task list is never written.
  */
 static int open_task_list(SSIB2_PRIVATE_DATA *queue) {

@@ -2,22 +2,25 @@
 // Any bytes as an XML queue file: refused without a trace, or read into a list that can be written and read again.
 #include "support.h"
 
+static std::size_t lengthOf(const SSIB_ENTRY_LIST *first) {
+  std::size_t length = 0;
+  for (; first != nullptr; first = first->next) ++length;
+  return length;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  const fuzz::Run run;
-  test::platform().setFile(L"Main.ssib", fuzz::Bytes(data, size).rest());
-  SSIB2_PRIVATE_DATA &handle = gSSSIB2pvt;
-  const EFI_STATUS status = iOpenSSIB(&handle, L"Main.ssib");
-  fuzz::checkHandle(handle);
-  if (EFI_ERROR(status)) {
-    fuzz::require(handle.openCount == 0 && handle.ssibFileName == nullptr, "a refused file is not open");
+  fuzz::Run run("Main.ssib", data, size);
+  const SSIB2_PRIVATE_DATA &handle = gSSSIB2pvt;
+  if (EFI_ERROR(run.open())) {
+    fuzz::require(handle.openCount == 0, "a refused file is not open");
     return 0;
   }
-  const std::size_t length = fuzz::lengthOf(handle);
-  fuzz::require(iCloseSSIB(&handle) == EFI_SUCCESS, "what was read can be written");
-  const std::string written = test::platform().file(L"Main.ssib");
-  fuzz::require(iOpenSSIB(&handle, L"Main.ssib") == EFI_SUCCESS, "what was written can be read");
-  fuzz::require(fuzz::lengthOf(handle) == length, "no entry is lost");
-  iCloseSSIB(&handle);
-  fuzz::require(test::platform().file(L"Main.ssib") == written, "the second writing is like the first");
+  const std::size_t length = lengthOf(handle.ssibEntryListHead);
+  fuzz::require(iCloseSSIB(&gSSSIB2pvt) == EFI_SUCCESS, "what was read can be written");
+  const std::string written = *run.file;
+  fuzz::require(run.open() == EFI_SUCCESS, "what was written can be read");
+  fuzz::require(lengthOf(handle.ssibEntryListHead) == length, "no entry is lost");
+  iCloseSSIB(&gSSSIB2pvt);
+  fuzz::require(*run.file == written, "the second writing is like the first");
   return 0;
 }

@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: MIT The two log services. The debug log: a line of text for each message, whole even when
-// several processes share the file. The trace: what is at or below the level in QUOR_TRACE goes to standard error,
-// anything else nowhere.
+// SPDX-License-Identifier: MIT
+// The two log services. The debug log: a line of text for each message, whole even when several processes share the
+// file. The trace: what is at or below the level in QUOR_TRACE goes to standard error, anything else nowhere.
 #include "logs.h"
 
 #include <fcntl.h>

@@ -1,49 +1,19 @@
 // SPDX-License-Identifier: MIT
-// The fixture of the unit tests, and short ways to say what a test is about.
+// The fixture of the unit tests, and the scripts that most of them play.
 #pragma once
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
+#include "support/describe.h"
 #include "support/heap.h"
 #include "support/platform.h"
 
 namespace test {
 
-// A caller's entry: all its strings are string literals or outlive it. Numbers 0, strings null.
-struct Job : SSIB_ENTRY {
-  Job() : SSIB_ENTRY{} {}
-  // Sets a text without copying it.
-  Job &text(SSIB_TEXT SSIB_ENTRY::*member, const char *value) {
-    this->*member = const_cast<char *>(value);
-    return *this;
-  }
-};
-
-// A job of an XML queue that deleting can find: command, task "task", category "cat", Timeout 600.
-Job xmlJob(const char *command);
-// A job of a task list that deleting can find; its display name tells it from others.
-Job taskJob(const char *displayName, const char *jobType = "OTHER");
-
-// Releases what get and peek gave to the caller.
-void release(SSIB_ENTRY &entry);
-
-// Adds one entry and expects success.
-void add(SSIB2_PRIVATE_DATA &handle, Job job, std::uint32_t location = SSIB_ADD_APPEND_LO, std::uint32_t fieldMask = 0);
-
-// The given text of each element of the list; "-" for null.
-std::vector<std::string> listOf(const SSIB2_PRIVATE_DATA &handle,
-                                SSIB_TEXT SSIB_ENTRY::*member = &SSIB_ENTRY::Cmd_Line);
-
-// What Platform::faults takes, in short.
-Platform::Fault fault(const char *call, std::size_t nth = 1, EFI_STATUS status = EFI_DEVICE_ERROR,
-                      bool withResult = false);
-
-// The document that a flush of jobs with these command lines writes, all else being xmlJob's.
-std::string documentOf(const std::vector<std::string> &commands);
+using Words = std::vector<std::string>;
 
 // Starts the library on a fresh platform, works on gSSSIB2pvt, and ends with what every test must leave behind: no
 // block, no stream. What a test has opened on gSSSIB2pvt is closed for it.
@@ -55,15 +25,50 @@ class LibraryTest : public ::testing::Test {
   SSIB2_PRIVATE_DATA &handle = gSSSIB2pvt;
   Platform &host() { return platform(); }
 
-  // Runs something while the nth allocation ("allocation"), the first time all writing ("write"), or else the nth call of
-  // the platform whose record begins with `kind` fails. False when it did not come to an nth.
-  bool fails(const std::string &kind, std::size_t nth, const std::function<void()> &operation, Answer answer = {});
+  // Plays a script on the handle; returns all that happened, then "= STATUS" for each call, in hexadecimal, with the
+  // entry that was handed out, then the state. Steps are parted by "; ":
+  //
+  //   file NAME JOBS      a file with these jobs comes into being (see fileOf); file NAME alone is an empty one
+  //   old                 the handle gets a list, a name and a tree, as refused closes and careless callers leave them
+  //   service off         the handle loses its XML service; "on" gives it back
+  //   mode NUMBER, cursor, priority NUMBER   the handle's mode; its cursor on the head; the priority of the head
+  //   partition NAME      of sVarskPartition
+  //   size NUMBER         what getSize answers from now on
+  //   fail KIND [NTH [STATUS [RESULT]]]   during the next call the nth allocation, or platform call whose record begins
+  //                       with KIND ("any" for each), or all writing ("write") fails (see Fault)
+  //   open NAME  close  flush  flush-json  get  peek  delete-file NAME  merge NAME DELETES  parse TEXT
+  //   add JOBS LOCATION MASK  delete JOB  remove JOB  compare JOB JOB  replace JOB JOB  init   a JOB "0" is null;
+  //                       "own" is the handle's file name itself
+  std::string play(const std::string &script);
 
-  // Opens a queue on gSSSIB2pvt, expects success and forgets the events.
-  void open(const wchar_t *name = L"Main.ssib");
+  // Plays each script after what comes before, on a platform of its own. With a tag, only those log lines count.
+  struct Dialogue {
+    const char *label, *script;
+    std::string transcript;
+  };
+  void expectDialogues(std::initializer_list<Dialogue> dialogues, const std::string &before,
+                       const std::string &tag = "");
+
+  // Plays a script, and returns only what the last call gave and left.
+  std::string outcome(const std::string &script);
+  bool faultHappened = false;  // during the last call
+
+  // Closes the handle and checks that nothing is left behind, as the end of each test does.
+  void tidy();
+
+  // "OPENCOUNT MODE NAME LIST | FILE=JOBS ...", what is 0 or null left out. "CHANGED" marks a field that no call may
+  // change, "TREE" a tree that stayed.
+  std::string state();
 
  private:
+  bool arrange(const Words &step);
+  EFI_STATUS call(const Words &step, SSIB_ENTRY &taken);
+  void make(const Words &step);
+  SSIB2_PRIVATE_DATA constant();
+
   std::size_t liveBefore_ = 0;
+  SSIB2_PRIVATE_DATA constructed_ = {};
+  Fault fault_ = {"none"};
 };
 
 }  // namespace test

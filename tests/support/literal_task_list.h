@@ -6,37 +6,23 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "VyxSSIBBackend.h"
 
 namespace test {
 
-// One row for each key of the document, in its order.
-struct TaskKey {
-  const char *key;
-  const char *label;  // how the log names it
-  SSIB_TEXT SSIB_ENTRY::*member;
-};
-extern const std::array<TaskKey, 8> kTaskKeys;
-
+// The texts that a task list has of a job, in the order of the document, and those of a list of jobs.
 using LiteralJob = std::array<std::optional<std::string>, 8>;
-
-// The eight strings of an entry, and those of each entry of a list.
+using LiteralList = std::vector<LiteralJob>;
 LiteralJob literalJob(const SSIB_ENTRY &entry);
-std::vector<LiteralJob> literalJobs(const SSIB_ENTRY_LIST *first);
+LiteralList literalList(const SSIB_ENTRY_LIST *first);
 
-struct LiteralOutcome {
-  EFI_STATUS status = EFI_SUCCESS;
-  std::vector<LiteralJob> jobs;  // what was read
-  std::string bytes;             // what was written
-  std::string events;            // messages and calls of the platform, a line feed behind each
-};
+// Reads a text, which ends at its first NUL.
+std::pair<EFI_STATUS, LiteralList> literallyRead(std::string text);
 
-// Reads a text, which ends at its first NUL, when every attribute can be set.
-LiteralOutcome literallyRead(const std::string &text);
-
-// Writes a list to a file of that name.
-LiteralOutcome literallyWrite(const std::vector<LiteralJob> &jobs, const std::string &fileName);
+// The file of a list that has at least one job.
+std::string literallyWrite(const LiteralList &jobs);
 
 }  // namespace test

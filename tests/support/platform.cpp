@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "support/platform.h"
 
-#include <algorithm>
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
@@ -9,6 +8,7 @@
 #include <type_traits>
 
 #include "platform/xml_service.h"
+#include "support/heap.h"
 
 namespace test {
 
@@ -16,30 +16,33 @@ namespace {
 
 std::unique_ptr<Platform> current;
 
-std::string narrow(const std::wstring &wide) {
-  std::string text;
-  for (const wchar_t character : wide) text += static_cast<char>(character);
-  return text;
-}
-
 void note(const std::string &event, const std::string &owedTrace = "") {
   Platform &state = platform();
-  const bool isTrace = event.starts_with("trace|");
-  const bool isOwed = !state.owedTrace.empty() && event.ends_with(":" + state.owedTrace);
-  if (isTrace ? !isOwed : !state.owedTrace.empty()) state.events.emplace_back("NOT TRACED");
+  if (!state.owedTrace.empty()) state.events.emplace_back("NOT TRACED");
   state.events.push_back(event);
   state.owedTrace = owedTrace;
 }
 
-// The answer that the test ordered for this call, if any. Every call is recorded first.
-std::optional<Answer> record(const std::string &call, const std::string &owedTrace = "") {
+// Every trace line is "SOURCE:LINE:" and what the call before it owes.
+void noteTrace(const std::string &text) {
+  Platform &state = platform();
+  const std::size_t site = text.find(":Calling");
+  const std::string source = text.substr(0, text.find(':'));
+  if (state.owedTrace.empty() || site == std::string::npos || text.substr(site + 1) != state.owedTrace ||
+      text.substr(0, site).ends_with(":0"))
+    state.events.emplace_back("NOT TRACED");
+  if (source != "ssib_if2_backend") state.events.back() += " (" + source + ")";
+  state.callSites.insert(text.substr(0, site));
+  state.owedTrace.clear();
+}
+
+// The fault that the test ordered for this call, if any. Every call is recorded first.
+std::optional<Fault> record(const std::string &call, const std::string &owedTrace = "") {
   platform().calls.push_back(call);
   note(call, owedTrace);
-  std::optional<Answer> answer;
-  for (Platform::Fault &fault : platform().faults) {
-    if (call.starts_with(fault.prefix) && ++fault.seen == fault.nth) answer = fault.answer;
-  }
-  return answer;
+  std::optional<Fault> &fault = platform().fault;
+  if (!fault || !call.starts_with(fault->prefix)) return {};
+  return ++fault->seen == fault->nth || fault->nth == 0 ? fault : std::nullopt;
 }
 
 // Formats in the manner of printf, and "%r" as 0x with eight digits. Other formats the services need not understand.
@@ -59,7 +62,7 @@ void print(std::uint32_t level, const char *tag, const wchar_t *wideFormat, ...)
   if (level != 0x800000) std::abort();
   va_list values;
   va_start(values, wideFormat);
-  note(std::string(tag) + "|" + format(narrow(wideFormat), values));
+  note((std::strcmp(tag, "VYXSSIB") == 0 ? "" : std::string(tag)) + "|" + format(narrow(wideFormat), values));
   va_end(values);
 }
 
@@ -71,11 +74,11 @@ template <typename... Values>
 EFI_STATUS ask(const std::string &call,
                EFI_STATUS (*XML_SERVICE_PROTOCOL::*operation)(XML_SERVICE_PROTOCOL *, Values...),
                std::type_identity_t<Values>... values) {
-  const auto answer = record(call);
-  if (answer && !answer->withResult) return answer->status;
+  const auto fault = record(call);
+  if (fault && fault->result.empty()) return fault->status;
   XML_SERVICE_PROTOCOL *service = vyx::platform::xmlService();
   const EFI_STATUS status = (service->*operation)(service, values...);
-  return answer ? answer->status : status;
+  return fault ? fault->status : status;
 }
 
 EFI_STATUS parseImage(XML_SERVICE_PROTOCOL *, const XML_STRING *image, XML_NODE **root) {
@@ -84,7 +87,12 @@ EFI_STATUS parseImage(XML_SERVICE_PROTOCOL *, const XML_STRING *image, XML_NODE 
 
 EFI_STATUS serializeTree(XML_SERVICE_PROTOCOL *, const XML_NODE *root, std::uint32_t flag, XML_STRING **image) {
   const char *call = flag == 1 ? "SerializeTree" : "SerializeTree with another flag";
-  return ask(call, &XML_SERVICE_PROTOCOL::SerializeTree, root, flag, image);
+  const EFI_STATUS status = ask(call, &XML_SERVICE_PROTOCOL::SerializeTree, root, flag, image);
+  if (platform().fault && platform().fault->result == "textless") {
+    std::free((*image)->text);
+    (*image)->text = nullptr;
+  }
+  return status;
 }
 
 EFI_STATUS createNode(XML_SERVICE_PROTOCOL *, const XML_STRING *name, XML_NODE **node) {
@@ -102,7 +110,7 @@ XML_SERVICE_PROTOCOL countedXmlService = {{}, parseImage, serializeTree, createN
 // error.
 
 struct Stream {
-  std::wstring key;
+  std::string key;
   std::string contents;
   std::size_t position = 0;
   bool failWrites = platform().failWrites;
@@ -134,27 +142,28 @@ void resetPlatform() {
   current = std::make_unique<Platform>();
 }
 
-std::vector<std::string> Platform::logTexts(const std::string &tag) const {
-  std::vector<std::string> texts;
-  for (const std::string &event : events) {
-    if (event.starts_with(tag + "|")) texts.push_back(event.substr(tag.size() + 1));
-  }
-  return texts;
-}
-
-std::size_t Platform::countCalls(const std::string &prefix) const {
-  const auto counts = [&](const std::string &call) { return call.starts_with(prefix); };
-  return static_cast<std::size_t>(std::ranges::count_if(calls, counts));
-}
-
 void Platform::forgetEvents() {
   calls.clear();
   events.clear();
 }
 
-std::string Platform::file(const std::wstring &name) const {
-  const auto found = files.find(L"VAR025/" + name);
-  return found == files.end() ? "<none>" : found->second;
+std::string Platform::transcript() const {
+  std::string text;
+  for (const std::string &event : events) {
+    for (const char byte : event) text += byte == '\n' ? std::string("\\n") : std::string(1, byte);
+    text += '\n';
+  }
+  return text + (owedTrace.empty() ? "" : "NOT TRACED\n");
+}
+
+std::wstring wide(const std::string &text) {
+  return {text.begin(), text.end()};
+}
+
+std::string narrow(const std::wstring &text) {
+  std::string narrowed;
+  for (const wchar_t character : text) narrowed += static_cast<char>(character);
+  return narrowed;
 }
 
 }  // namespace test
@@ -171,6 +180,7 @@ EFI_STATUS getProtocolInstanceByGuid(const EFI_GUID *guid, std::uint32_t *count,
   if (is(gQuorDebugGUID) && platform().hasDebugLog) instance = &debugLog;
   if (instance == nullptr) return EFI_SUCCESS;
   *count = 1;
+  if (!platform().hasArray) return EFI_SUCCESS;
   *instances = static_cast<void **>(std::malloc(sizeof(void *)));
   if (*instances == nullptr) return EFI_OUT_OF_RESOURCES;
   **instances = instance;
@@ -179,39 +189,40 @@ EFI_STATUS getProtocolInstanceByGuid(const EFI_GUID *guid, std::uint32_t *count,
 
 EFI_STATUS varsk_fopen_1(const wchar_t *partition, const wchar_t *fileName, const char *mode, FILE **file) {
   *file = nullptr;
-  const std::wstring key = std::wstring(partition) + L"/" + fileName;
-  const auto answer =
-      record("open " + narrow(key) + " " + mode, "Calling varsk_fopen() with partition:" + narrow(partition) +
-                                                     " fileName:" + narrow(fileName) + " and mode:" + mode);
-  if (answer && !answer->withResult) return answer->status;
+  const std::string key = narrow(partition) + "/" + narrow(fileName);
+  const auto fault = record("open " + key + " " + mode, "Calling varsk_fopen() with partition:" + narrow(partition) +
+                                                            " fileName:" + narrow(fileName) + " and mode:" + mode);
+  if (fault && fault->result.empty()) return fault->status;
   const bool writing = std::strcmp(mode, "w") == 0;
   if (!writing && !platform().files.contains(key)) return EFI_NOT_FOUND;
   std::unique_ptr<Stream> stream(new Stream{key, writing ? "" : platform().files[key]});
   *file = fopencookie(stream.get(), mode, {readStream, writeStream, nullptr, nullptr});
   openStreams[*file] = std::move(stream);
   ++platform().openStreams;
-  return answer ? answer->status : EFI_SUCCESS;
+  return fault ? fault->status : EFI_SUCCESS;
 }
 
 EFI_STATUS varsk_fclose_1(const wchar_t *partition, FILE *file, const char *mode) {
   const std::string name = narrow(partition);
-  const auto answer = record("close " + name + " " + mode, "Calling varsk_fclose() with partition:" + name);
+  const auto fault = record("close " + name + " " + mode, "Calling varsk_fclose() with partition:" + name);
   const std::unique_ptr<Stream> stream = std::move(openStreams.at(file));
   openStreams.erase(file);
   --platform().openStreams;
+  platform().blocksAtClose = heap::live();
+  platform().isNamedAtClose = gSSSIB2pvt.ssibFileName != nullptr;
   const bool failed = std::ferror(file) != 0;
   const bool failedLate = std::fclose(file) != 0;
-  if (answer) return answer->status;
+  if (fault) return fault->status;
   if (failed || failedLate) return EFI_DEVICE_ERROR;
   if (std::strcmp(mode, "w") == 0) platform().files[stream->key] = stream->contents;
   return EFI_SUCCESS;
 }
 
 EFI_STATUS varsk_fdelete_1(const wchar_t *partition, const wchar_t *fileName) {
-  const std::wstring key = std::wstring(partition) + L"/" + fileName;
-  const auto answer = record("delete " + narrow(key), "Calling varsk_fdelete() with partition:" + narrow(partition) +
-                                                          " and filename: " + narrow(fileName));
-  if (answer) return answer->status;
+  const std::string key = narrow(partition) + "/" + narrow(fileName);
+  const auto fault = record("delete " + key, "Calling varsk_fdelete() with partition:" + narrow(partition) +
+                                                 " and filename: " + narrow(fileName));
+  if (fault) return fault->status;
   return platform().files.erase(key) == 1 ? EFI_SUCCESS : EFI_NOT_FOUND;
 }
 
@@ -227,13 +238,13 @@ int quorprintf(int level, int verbosity, const char *formatText, ...) {
   va_end(values);
   if (level != 5 || verbosity != 9 || !text.ends_with('\n')) std::abort();
   text.pop_back();
-  note("trace|" + text);
+  noteTrace(text);
   return 0;
 }
 
 int CfgSetAttributeInt(const char *name, int kind, int value) {
-  const auto answer = record("set " + std::string(name) + " " + std::to_string(kind) + " " + std::to_string(value));
-  return answer ? static_cast<int>(answer->status) : 0;
+  const auto fault = record("set " + std::string(name) + " " + std::to_string(kind) + " " + std::to_string(value));
+  return fault ? static_cast<int>(fault->status) : 0;
 }
 
 }  // extern "C"

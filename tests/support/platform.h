@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
-// The platform of the unit tests: partition storage in memory, the stand-in's XML service behind counters, and a record
-// of everything that the library says and asks for. It behaves as the real one does, and fails when told to.
+// The platform of the unit tests: partition storage in memory, the stand-in's XML service behind a record of its calls,
+// and all that the library reports. It behaves as the real one does, and fails when it has to.
 #pragma once
 
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -13,50 +14,47 @@
 
 namespace test {
 
-// What a platform call answers instead of doing its work.
-struct Answer {
+// A platform call that does not do its work: the nth (from 1; 0: each) whose record begins with the prefix.
+struct Fault {
+  std::string prefix;
+  std::size_t nth = 1;
   EFI_STATUS status = EFI_DEVICE_ERROR;
-  bool withResult = false;  // the stream (the node, the image) is handed out all the same
+  std::string result =
+      {};  // "handed": the stream (the tree, the image) all the same; "textless": an image without a text
+  std::size_t seen = 0;
 };
 
 struct Platform {
-  std::map<std::wstring, std::string> files;  // by "VAR025/Main.ssib"
+  std::map<std::string, std::string> files;  // by "VAR025/Main.ssib"
   // "open VAR025/Main.ssib r", "close VAR025 r", "delete VAR025/Main.ssib", "getSize", "ParseImage", "SerializeTree",
   // "CreateNode NAME", "DeleteTree", "set NAME 6 0"
   std::vector<std::string> calls;
-  // Calls, log lines ("TAG|text") and trace lines ("trace|text", without the line feed) in one sequence. "NOT TRACED"
-  // stands where a call of the partition storage is not followed by its trace line, and where one comes unasked.
+  // Calls, and log lines as "|TEXT" ("TAG|TEXT" for a tag of its own), in one sequence. The trace line that has to
+  // follow a call is left out, but for a source other than "ssib_if2_backend", as in "open VAR025/a.json w (json)".
+  // "NOT TRACED" stands where it is missing, wrong or unasked.
   std::vector<std::string> events;
-  std::string owedTrace;  // what the trace line that has to come next says behind its source line
+  std::set<std::string> callSites;  // "ssib_if2_backend:51", of the trace
+  std::string owedTrace;            // the rest of the trace line that has to come next
+  std::size_t blocksAtClose = 0;    // on the heap when the last stream was closed
+  bool isNamedAtClose = false;      // whether the handle still had its file name then
 
-  bool hasXmlService = true, hasDebugLog = true;
+  bool hasXmlService = true, hasDebugLog = true,
+       hasArray = true;                        // without: a service is announced, but not handed out
   EFI_STATUS locateStatus = EFI_SUCCESS;       // of getProtocolInstanceByGuid
-  std::optional<std::uint32_t> announcedSize;  // what getSize says instead of the truth
+  std::optional<std::uint32_t> announcedSize;  // what getSize answers instead of the truth
   bool failWrites = false;                     // streams opened with "w" refuse every byte
   std::size_t openStreams = 0;
+  std::optional<Fault> fault;
 
-  // The nth call (from 1) whose record begins with the prefix gets this answer. One call for each prefix.
-  struct Fault {
-    std::string prefix;
-    std::size_t nth;
-    Answer answer;
-    std::size_t seen = 0;
-  };
-  std::vector<Fault> faults;
-  void failCall(const std::string &prefix, std::size_t nth = 1, Answer answer = {}) {
-    faults.push_back({prefix, nth, answer});
-  }
-
-  std::vector<std::string> logTexts(const std::string &tag = "VYXSSIB") const;
-  std::size_t countCalls(const std::string &prefix) const;
-  void forgetEvents();  // empties calls and events
-
-  std::string file(const std::wstring &name) const;  // contents of a file of VAR025; "<none>" when there is none
-  void setFile(const std::wstring &name, const std::string &contents) { files[L"VAR025/" + name] = contents; }
+  void forgetEvents();             // empties calls and events
+  std::string transcript() const;  // the events, a line each; a line feed inside one is "\n"
 };
 
 // The one platform, new for each test.
 Platform &platform();
 void resetPlatform();
+
+std::wstring wide(const std::string &text);
+std::string narrow(const std::wstring &text);
 
 }  // namespace test

@@ -2,8 +2,6 @@
 // Start-up and unload, the search for services, and the list primitives.
 #include <cstring>
 
-#include "ssib_if2_backend/list.h"
-#include "support/describe.h"
 #include "support/library_test.h"
 
 namespace test {
@@ -21,39 +19,36 @@ TEST_F(Start, FillsTheWholeHandleAndUnloadingZeroesIt) {
   const SSIB2_PRIVATE_DATA zero = {};
   vyxSsibDebug = nullptr;
   std::memset(&handle, 0xAA, sizeof(handle));
-  ASSERT_EQ(vyxSSIB2LinuxInitBackend(), EFI_SUCCESS);
+  EXPECT_EQ(play("init"), "|vyxSSIB2LinuxInit- done with status=0. \\n\n= 0\n0\n");
   EXPECT_EQ(std::memcmp(&handle, &constructed, sizeof(handle)), 0);
-  EXPECT_EQ(transcript(), "|vyxSSIB2LinuxInit- done with status=0. \\n\n");
   EXPECT_EQ(vyxSSIB2LinuxUnloadBackend(), EFI_SUCCESS);
   EXPECT_EQ(std::memcmp(&handle, &zero, sizeof(handle)), 0);
   EXPECT_EQ(vyxSsibDebug, log);
 }
 
 TEST_F(Start, NeedsTheXmlServiceButNoDebugLog) {
+  const std::string failed = "|vyxSSIB2LinuxInit- done with status=-2147483634. \\n\n= 80000015\n0\n";
   const struct {
     const char *label;
-    bool hasXmlService, hasDebugLog;
-    EFI_STATUS locateStatus, status;
+    bool hasXmlService, hasDebugLog, hasArray;
+    EFI_STATUS locateStatus;
     const char *error;
+    std::string transcript;
   } rows[] = {
-      {"no XML service", false, true, EFI_SUCCESS, EFI_ABORTED, "NO protocol loaded for GUID!\n"},
-      {"search failed", true, true, EFI_DEVICE_ERROR, EFI_ABORTED, "Couldn't load Libray for GUID!\n"},
-      {"no debug log", true, false, EFI_SUCCESS, EFI_SUCCESS, "NO protocol loaded for GUID!\n"},
+      {"no XML service", false, true, true, EFI_SUCCESS, "NO protocol loaded for GUID!\n", failed},
+      {"no array", true, true, false, EFI_SUCCESS, "NO protocol loaded for GUID!\n", failed},
+      {"search failed", true, true, true, EFI_DEVICE_ERROR, "Couldn't load Libray for GUID!\n", failed},
+      {"no debug log", true, false, true, EFI_SUCCESS, "NO protocol loaded for GUID!\n", "= 0\n0 CHANGED\n"},
   };
   for (const auto &row : rows) {
-    SCOPED_TRACE(row.label);
     host().hasXmlService = row.hasXmlService;
     host().hasDebugLog = row.hasDebugLog;
+    host().hasArray = row.hasArray;
     host().locateStatus = row.locateStatus;
-    host().forgetEvents();
-    SSIB2_PRIVATE_DATA expected = handle;
-    if (!row.hasDebugLog) expected.debugProto = nullptr;
     CaptureStderr();
-    EXPECT_EQ(vyxSSIB2LinuxInitBackend(), row.status);
-    EXPECT_EQ(GetCapturedStderr(), row.error);
-    EXPECT_EQ(std::memcmp(&handle, &expected, sizeof(handle)), 0);
-    EXPECT_EQ(vyxSsibDebug, handle.debugProto);
-    EXPECT_EQ(transcript(), row.hasDebugLog ? "|vyxSSIB2LinuxInit- done with status=-2147483634. \\n\n" : "");
+    EXPECT_EQ(play("init"), row.transcript) << row.label;
+    EXPECT_EQ(GetCapturedStderr(), row.error) << row.label;
+    EXPECT_EQ(vyxSsibDebug == nullptr, !row.hasDebugLog) << row.label;
   }
 }
 
@@ -63,29 +58,28 @@ TEST_F(Start, GuidsHaveTheirBytes) {
       {gQuorEfiXMLProtocolGuid2, "\x6E\xB9\xD2\x0E\xE5\x12\xA8\x4D\xA6\x87\x89\xF0\x2B\xE9\x1C\x2C"},
       {gQuorDebugGUID, "\x1A\x3C\x0F\xF5\x95\xE9\x59\x4D\x86\x34\xD5\x7C\x5A\xC6\xD6\xAF"},
   };
-  for (const auto &[guid, bytes] : rows) EXPECT_EQ(std::memcmp(&guid, bytes, sizeof(guid)), 0) << guid.Data1;
+  for (const auto &[guid, bytes] : rows)
+    EXPECT_EQ(std::memcmp(&guid, bytes, sizeof(guid)), 0) << testing::PrintToString(bytes);
 }
 
-TEST_F(List, NewElementsAreZeroAndGoBehindTheLast) {
-  SSIB_LINK head = nullptr;
+TEST_F(List, NewElementsAreZeroAndGoAfterTheLast) {
   SSIB_ENTRY_LIST *const elements[] = {le_new(), le_new()};
   const SSIB_ENTRY_LIST zero = {};
   EXPECT_EQ(std::memcmp(elements[1], &zero, sizeof(zero)), 0);
   elements[1]->next = elements[0];
+  SSIB_LINK head = nullptr;
   for (SSIB_ENTRY_LIST *element : elements) le_insert_tail(&head, element);
   le_insert_tail(nullptr, elements[0]);
   le_insert_tail(&head, nullptr);
-  EXPECT_EQ(textOf(head), "[][]");
-  EXPECT_EQ(head, elements[0]);
-  ssib::le_free_list(handle.XMLProto, head);
+  EXPECT_EQ(textOf(head, elements[0]), ">[ priority=0][ priority=0]");
+  handle.ssibEntryListHead = head;
 }
 
-TEST_F(List, WithoutAServiceNodesStayAllocated) {
-  SSIB_ENTRY_LIST *element = le_new();
-  XML_NODE *const node = element->entry.Node = treeOf("<n/>");
-  element->entry.FQDD = strdup("text");
-  ssib::le_free_list(nullptr, element);
-  EXPECT_EQ(textOf(node), "<n/>");
+TEST_F(List, WithoutAServiceTheNodesOfElementsStayAllocated) {
+  outcome("open Main.ssib; add F");
+  XML_NODE *const node = handle.ssibEntryListHead->entry.Node;
+  EXPECT_EQ(outcome("service off; delete F; service on"), "0; 1 Main.ssib");
+  EXPECT_EQ(textOf(node), "<n x=\"1\">t<m/></n>");
   handle.XMLProto->DeleteTree(handle.XMLProto, node);
 }
 

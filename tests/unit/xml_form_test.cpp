@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
-// The XML queue file's form: blocks from entries, entries from blocks, copies of trees.
-#include "ssib_if2_backend/xml_form.h"
-
+// The XML queue file's form: what blocks become entries, what entries become blocks, and the copies of trees.
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
+#include <utility>
 
 #include "ssib_if2_backend/list.h"
+#include "ssib_if2_backend/xml_form.h"
 #include "ssib_if2_backend/xml_tree.h"
-#include "support/describe.h"
 #include "support/library_test.h"
 
 namespace test {
@@ -23,27 +24,31 @@ class XmlForm : public LibraryTest {
  protected:
   XML_SERVICE_PROTOCOL *service() { return handle.XMLProto; }
 
-  std::string entriesOf(const XML_NODE *root) {
-    SSIB_ENTRY_LIST *list = nullptr;
-    EXPECT_EQ(ssib::readEntries(service(), *root, &list), EFI_SUCCESS);
+  // The list that an open makes of these blocks.
+  std::string listOf(const std::string &blocks) {
+    host().files["VAR025/Main.ssib"] = "<r>" + blocks + "</r>";
+    EXPECT_EQ(iOpenSSIB(&handle, L"Main.ssib"), EFI_SUCCESS);
+    std::string list = textOf(handle.ssibEntryListHead);
+    tidy();
+    return list;
+  }
+
+  std::string listOf(const XML_NODE &root) {
+    SSIB_LINK list = nullptr;
+    EXPECT_EQ(ssib::readEntries(service(), root, &list), EFI_SUCCESS);
     std::string text = textOf(list);
     ssib::le_free_list(service(), list);
     return text;
   }
 
-  std::string entriesOf(const std::string &blocks) {
-    return entriesOf(ssib::XmlTree(treeOf("<r>" + blocks + "</r>"), {service()}).get());
-  }
-
-  // Appends the block of a job to a root whose last block is `last`.
-  XML_NODE *addBlock(const ssib::XmlTree &root, XML_NODE *last, const char *command) {
-    const SSIB_ENTRY_LIST element = {nullptr, 0, 3, xmlJob(command)};
+  XML_NODE *addBlock(const ssib::XmlTree &root, XML_NODE *last) {
+    const SSIB_ENTRY_LIST element = {nullptr, 0, 3, Job('x')};
     EXPECT_EQ(ssib::create_xml_tree(service(), root.get(), &last, element), EFI_SUCCESS);
     return last;
   }
 };
 
-TEST_F(XmlForm, ReadsWhatTheDocumentSaysAndIgnoresTheRest) {
+TEST_F(XmlForm, ReadsWhatTheDocumentHoldsAndIgnoresTheRest) {
   const struct {
     const char *label, *blocks, *list;
   } rows[] = {
@@ -69,23 +74,40 @@ TEST_F(XmlForm, ReadsWhatTheDocumentSaysAndIgnoresTheRest) {
       {"cut after it saturated", "<b BLOCK_ID='9999999999' TIMEOUT='-9999999999'/>", "[ Block_ID=65535 mask=4]"},
       {"no decimal digits", "<b Version='x1' BLOCK_ID='' RT_COUNT='- 1' TIMEOUT='0x10'/>", "[ mask=20]"},
       {"later commands replace, one without text does not",
-       "<b><CMD_LINE>a</CMD_LINE><CMD_LINE>b</CMD_LINE><CMD_LINE/></b>", "[ Cmd_Line=b]"},
+       "<b><CMD_LINE>a</CMD_LINE><CMD_LINE>b</CMD_LINE><CMD_LINE/></b>", "[b]"},
       {"extra content", "<b><n x='1'>t<m/></n></b>", "[ Node=<n x=\"1\">t<m/></n>]"},
       {"extra content ends with the last", "<b><n/><o/><p/></b>", "[ Node=<p/>]"},
       {"extra content takes what follows", "<b><n/><CMD_LINE>c</CMD_LINE></b>",
        "[ Cmd_Line=c Node=<n/><CMD_LINE>c</CMD_LINE>]"},
       {"other case is extra content", "<b><cmd_line>c</cmd_line></b>", "[ Node=<cmd_line>c</cmd_line>]"},
   };
-  for (const auto &row : rows) EXPECT_EQ(entriesOf(row.blocks), row.list) << row.label;
+  for (const auto &row : rows) EXPECT_EQ(listOf(row.blocks), row.list) << row.label;
 }
 
 TEST_F(XmlForm, ReadsManyUnknownChildrenInTimeLinearInTheirNumber) {
-  host().setFile(L"Main.ssib", "<r><b>" + repeated(20000, "<n/>") + "<o/><CMD_LINE>c</CMD_LINE><CMD_LINE/></b></r>");
-  vyxSsibDebug = nullptr;  // what is said of each child is as long as what follows it
+  vyxSsibDebug = nullptr;  // what is reported of each child is as long as what follows it
   const std::clock_t begin = std::clock();
-  open();
+  EXPECT_EQ(listOf("<b>" + repeated(20000, "<n/>") + "<o/><CMD_LINE>c</CMD_LINE><CMD_LINE/></b>"),
+            "[ Cmd_Line=c Node=<o/><CMD_LINE>c</CMD_LINE><CMD_LINE/>]");
   EXPECT_LT(std::clock() - begin, CLOCKS_PER_SEC);
-  EXPECT_EQ(textOf(handle.ssibEntryListHead), "[ Cmd_Line=c Node=<o/><CMD_LINE>c</CMD_LINE><CMD_LINE/>]");
+}
+
+TEST_F(XmlForm, ReadsTheLastUnknownChildWhateverTheEarlierOnesLack) {
+  const ssib::XmlTree root(treeOf("<r><b><n/><o/><CMD_LINE/><p/></b></r>"), {service()});
+  for (std::size_t nth = 1; nth <= 14; ++nth) {  // an element, a Node, then the other eleven of it, and none
+    const heap::Watch watch(nth);
+    SSIB_LINK list = nullptr;
+    const bool isRead = ssib::readEntries(service(), *root, &list) == EFI_SUCCESS;
+    EXPECT_EQ(textOf(list), nth < 3 ? "" : nth == 12 ? "[ Node=</>]" : nth == 13 ? "[ Node=<~/>]" : "[ Node=<p/>]");
+    EXPECT_EQ(isRead, nth >= 3) << nth;
+    ssib::le_free_list(service(), list);
+  }
+}
+
+TEST_F(XmlForm, ReportsACopyOfEachUnknownChildWithAllThatFollows) {
+  host().files["VAR025/Main.ssib"] = "<r><b><n/><o><m/><m/></o><p/></b></r>";
+  outcome("open Main.ssib");
+  EXPECT_EQ(std::ranges::count(host().events, "dupeNode|About to dupe the XML Node"), 5 + 4 + 1);
 }
 
 TEST_F(XmlForm, ReadsTreesThatNoParserMakes) {
@@ -96,33 +118,52 @@ TEST_F(XmlForm, ReadsTreesThatNoParserMakes) {
   std::free(timeout->value);
   job->value->text = version->name->text = nullptr;
   timeout->value = nullptr;
-  EXPECT_EQ(entriesOf(root.get()), "[ mask=36]") << "attributes without text, and one without a name";
+  EXPECT_EQ(listOf(*root), "[ mask=36]") << "attributes without text, and one without a name";
   for (const char *value : {"2", "1"}) {  // each goes in front
     for (const char *name : {"JOB_ID", "Version"}) ASSERT_EQ(ssib::addAttribute(block, name, value), EFI_SUCCESS);
   }
-  EXPECT_EQ(entriesOf(root.get()), "[ Version=2 mask=36]") << "the last one holds";
+  EXPECT_EQ(listOf(*root), "[ Version=2 mask=36]") << "the last one holds";
 }
 
-TEST_F(XmlForm, ACommandThatBeginsWithAQuoteLosesItsEnds) {
-  const char *const rows[][2] = {{"\"abc\"", "abc"}, {"\"abc", "ab"},      {"\"", ""},
-                                 {"\"\"", ""},       {"\"a", ""},          {"abc\"", "abc\""},
-                                 {"", ""},           {" \"a\"", " \"a\""}, {"\"\"a\"\"", "\"a\""}};
-  for (const auto &[command, stored] : rows) {
-    const ssib::XmlTree root(treeOf("<R/>"), {service()});
-    EXPECT_STREQ(addBlock(root, nullptr, command)->firstChild->value->text, stored) << command;
+TEST_F(XmlForm, WritesAllOfAnEntryAndCutsQuotesOffItsCommand) {
+  const std::string block =
+      "<SSIB_INFO>\n<SSIB_BLOCK Version=\"-2147483647\" BLOCK_ID=\"2\" RT_COUNT=\"6\" RTN_CODE=\"5\" TIMEOUT=\"600\" "
+      "RB_TYPE=\"3\" RB_REQ=\"4\" LU_CATEGORY=\"cat\" TASK_NAME=\"task\" JOB_ID=\"j\">\n<CMD_LINE>";
+  std::pair<std::string, const char *> rows[] = {{"a <&> b", "a &lt;&amp;&gt; b"},
+                                                 {"", ""},
+                                                 {"\"cut\"", "cut"},
+                                                 {"\"cut", "cu"},
+                                                 {"\"a", ""},
+                                                 {"\"", ""},
+                                                 {"\x01", "refused"}};
+  for (auto &[command, expected] : rows) {
+    Job job('F');
+    SSIB_ENTRY *entries[] = {&job};
+    job.Cmd_Line = command.data(), job.Version = 0x80000001;
+    host() = Platform();
+    outcome("open Main.ssib");
+    iAddToSSIBQueue(&handle, 1, entries, UINT32_MAX, SSIB_ADD_APPEND_LO);
+    const bool isWritten = iFlushSSIBQueue(&handle) == EFI_SUCCESS;
+    const std::string file = block + expected + "</CMD_LINE>\n</SSIB_BLOCK>\n</SSIB_INFO>\n";
+    EXPECT_EQ(isWritten ? host().files["VAR025/Main.ssib"] : "refused", *expected == 'r' ? "refused" : file);
+    tidy();
   }
+}
+
+TEST_F(XmlForm, ChainsAreSerialisedToTheirEnd) {
+  const ssib::XmlTree source(treeOf("<r><a>t</a><b><c/></b></r>"), {service()});
+  ssib::XmlString text;
+  EXPECT_EQ(ssib::serialize(service(), source.get()->firstChild, text), EFI_SUCCESS);
+  EXPECT_STREQ(text->text, "<a>t</a>\n<b>\n<c/>\n</b>\n");
 }
 
 TEST_F(XmlForm, BlocksAreLinkedAsTheServiceWantsThem) {
   const ssib::XmlTree root(treeOf("<R/>"), {service()});
-  XML_NODE *first = addBlock(root, nullptr, "x"), *second = addBlock(root, first, "y"), *command = first->firstChild;
-  EXPECT_EQ(root.get()->firstChild, first);
-  EXPECT_EQ(first->nextSibling, second);
-  EXPECT_EQ(second->prevSibling, first);
-  EXPECT_EQ(first->parent, nullptr);
-  EXPECT_EQ(command->parent, first);
+  XML_NODE *first = addBlock(root, nullptr), *second = addBlock(root, first), *command = first->firstChild;
+  EXPECT_TRUE(root.get()->firstChild == first && first->nextSibling == second && second->prevSibling == first);
+  EXPECT_TRUE(first->parent == nullptr && command->parent == first);
   EXPECT_EQ(first->name->flags + command->value->flags + first->attributes->value->flags, 3U);
-  EXPECT_EQ(first->attributes->next->prev, first->attributes);
+  EXPECT_TRUE(first->attributes->next->prev == first->attributes);
   EXPECT_EQ(ssib::create_xml_tree(service(), nullptr, &second, {}), EFI_INVALID_PARAMETER);
   EXPECT_EQ(ssib::addAttribute(nullptr, "a", "b"), EFI_INVALID_PARAMETER);
 }
@@ -131,19 +172,26 @@ TEST_F(XmlForm, ACopyHasTheSameContentsAndItsOwnLinks) {
   const ssib::XmlTree source(treeOf("<r><a x='1' y='2'>t<b/><c/></a><d/></r>"), {service()});
   XML_NODE *from = source.get()->firstChild;
   from->name->flags = 7;
+  std::free(from->attributes->next->value->text);
+  from->attributes->next->value->text = nullptr;
   XML_NODE parent = {};
   const ssib::XmlTree tree(ssib::dupeNode(from, &parent), {service()});
-  const XML_NODE *copy = tree.get();
-  EXPECT_EQ(transcript(), repeated(4, "dupeNode|About to dupe the XML Node\n"));
-  EXPECT_EQ(textOf(copy), "<a x=\"1\" y=\"2\">t<b/><c/></a><d/>");
-  EXPECT_EQ(copy->name->flags, 7U);
-  EXPECT_TRUE(copy->parent == &parent);
-  EXPECT_TRUE(copy->nextSibling->parent == &parent);
-  EXPECT_TRUE(copy->firstChild->nextSibling->parent == copy);
-  EXPECT_EQ(copy->attributes->next->prev, nullptr);
-  EXPECT_EQ(copy->nextSibling->prevSibling, nullptr);
-  EXPECT_EQ(copy->firstChild->nextSibling->prevSibling, nullptr);
+  const XML_NODE *copy = tree.get(), *next = copy->nextSibling, *below = copy->firstChild->nextSibling;
+  EXPECT_EQ(host().transcript(), repeated(4, "dupeNode|About to dupe the XML Node\n"));
+  EXPECT_EQ(textOf(copy), "<a x=\"1\" y=\"~\">t<b/><c/></a><d/>");
+  EXPECT_EQ(copy->name->flags + 0, 7U);
+  EXPECT_TRUE(copy->parent == &parent && next->parent == &parent && below->parent == copy);
+  EXPECT_TRUE(copy->attributes->next->prev == nullptr && next->prevSibling == nullptr && below->prevSibling == nullptr);
   EXPECT_EQ(ssib::dupeNode(nullptr, &parent), nullptr);
+}
+
+TEST_F(XmlForm, ACopyEndsAtAnAttributeThatCannotBeAllocatedAndGoesOnAfterAName) {
+  const ssib::XmlTree source(treeOf("<a x='1' y='2'/>"), {service()});
+  for (const auto &[nth, expected] : {std::pair(4, "<a/>"), {5, "<a =\"1\" y=\"2\"/>"}, {9, "<a x=\"1\"/>"}}) {
+    const heap::Watch watch(static_cast<std::size_t>(nth));
+    const ssib::XmlTree copy(ssib::dupeNode(source.get(), nullptr), {service()});
+    EXPECT_EQ(textOf(copy.get()), expected);
+  }
 }
 
 TEST_F(XmlForm, CopiesTreesOfAnyShape) {
@@ -152,7 +200,10 @@ TEST_F(XmlForm, CopiesTreesOfAnyShape) {
   for (const auto &document : {deep, "<r>" + wide + "</r>"}) {
     const ssib::XmlTree source(treeOf(document), {service()});
     const ssib::XmlTree copy(ssib::dupeNode(source.get(), nullptr), {service()});
-    EXPECT_TRUE(textOf(copy.get()) == textOf(source.get())) << document.substr(0, 6);
+    ssib::XmlString text, copiedText;
+    EXPECT_EQ(ssib::serialize(service(), source.get(), text), EFI_SUCCESS);
+    EXPECT_EQ(ssib::serialize(service(), copy.get(), copiedText), EFI_SUCCESS);
+    EXPECT_EQ(std::strcmp(text->text, copiedText->text), 0) << document.substr(0, 6);
   }
 }
 

@@ -1,167 +1,155 @@
 // SPDX-License-Identifier: MIT
-// The commands that change a queue's entries. Each writes the file once, under the lock. After a failure the queue
-// stays open: a close would try to write once more.
+// The commands that change a queue's entries. Each writes the file once, under the lock.
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
+#include <iterator>
+#include <memory>
 
 #include "commands.h"
 #include "host.h"
+#include "json.h"
 #include "output.h"
-#include "stop.h"
 
 namespace tool {
 namespace {
 
-bool isKey(const Field &field, Form form, const SSIB_ENTRY_LIST &element) {
-  return field.keyIn(form) != 0 && (field.bit == 0 || (element.fieldMask & field.bit) != 0);
+std::string readAll(const std::string &path) {
+  const std::string action = "read " + escaped(path) + ": ";
+  const bool isInput = path == "-";
+  const std::unique_ptr<std::FILE, decltype(&std::fclose)> file(isInput ? nullptr : std::fopen(path.c_str(), "rbe"),
+                                                                &std::fclose);
+  std::FILE *stream = isInput ? stdin : file.get();
+  if (stream == nullptr) throw Stop(Exit::Refused, "cannot " + action + std::strerror(errno));
+  std::string text;
+  char block[16384];
+  for (std::size_t size = 0; (size = std::fread(block, 1, sizeof(block), stream)) > 0;) text.append(block, size);
+  if (std::ferror(stream) != 0) throw Stop(Exit::Refused, "cannot " + action + std::strerror(errno));
+  return text;
 }
 
-// Whether the library, asked to delete `key`, takes the element for it as far as this field goes.
-bool agrees(const Field &field, Form form, const SSIB_ENTRY_LIST &element, const SSIB_ENTRY &key) {
-  if (!isKey(field, form, element)) return true;
-  if (field.kind == Field::Kind::Number) return numberOf(field, element.entry) == numberOf(field, key);
-  const char *own = element.entry.*field.text;
-  const char *wanted = key.*field.text;
-  return own != nullptr && wanted != nullptr && std::strncmp(own, wanted, field.keyIn(form)) == 0;
+void requireFields(const GivenFields &given) {
+  if (given.empty()) throw Stop(Exit::Usage, "no field is given; an entry without any is not added");
 }
 
-bool isDeletedAs(const SSIB_ENTRY &key, Form form, const SSIB_ENTRY_LIST &element) {
-  return std::ranges::all_of(fields(), [&](const Field &field) { return agrees(field, form, element, key); });
+bool has(const GivenFields &given, const char *name) {
+  return std::ranges::any_of(given, [&](const GivenField &item) { return item.field == findField(name); });
 }
 
-// What the library would not find is refused before anything is printed or changed.
-void requireDeletable(const std::string &action, Form form, const SSIB_ENTRY_LIST &element) {
-  for (const Field &field : fields()) {
-    if (field.kind == Field::Kind::Text && isKey(field, form, element) && element.entry.*field.text == nullptr) {
-      throw Stop(Exit::Refused, "cannot " + action + ": it has no " + field.name + ", without which it is not found" +
-                                    "; 'ssib replace' can give it one");
+// Entries from a file, checked as those of the command line are.
+std::vector<GivenFields> entriesFrom(const Request &request) {
+  const std::string source = request.source == "-" ? "standard input" : escaped(request.source);
+  if (!request.fields.empty()) throw Stop(Exit::Usage, "--from: fields are given in " + source + " or as options");
+  std::size_t number = 0;
+  try {
+    std::vector<GivenFields> entries = parseEntries(readAll(request.source));
+    for (const GivenFields &given : entries) {
+      ++number;
+      requireFields(given);
+      checkFields(request.queue.form(), given);
+      if (has(given, "Cmd_Line") && has(given, "Node")) {
+        throw Stop(Exit::Usage, "Node: an entry that has a command line does not store it");
+      }
     }
+    return entries;
+  } catch (const Stop &stop) {
+    const std::string entry = number > 0 ? ": entry " + std::to_string(number) : "";
+    throw Stop(stop.exit(), stop.exit() == Exit::Usage ? source + entry + ": " + stop.what() : stop.what());
   }
 }
 
-// The library works on the first entry that matches, so an entry that others match as well is not touched.
-template <typename Matches>
-void requireOnlyMatch(const std::string &action, const Elements &elements, std::size_t number, Matches matches) {
-  std::string twins;
-  for (std::size_t i = 0; i < elements.size(); ++i) {
-    if (i + 1 != number && matches(*elements[i])) twins += (twins.empty() ? "" : ", ") + std::to_string(i + 1);
+// Without a command line an entry of an XML queue could be added, but firmware could never take it out.
+std::vector<GivenFields> entryOfOptions(const Request &request) {
+  requireFields(request.fields);
+  checkFields(request.queue.form(), request.fields);
+  GivenFields given = request.fields;
+  if (request.queue.form() == Form::Xml && !has(given, "Cmd_Line")) given.push_back({findField("Cmd_Line"), ""});
+  return {given};
+}
+
+void requireNoMatch(const Request &request, const Queue &queue) {
+  if (request.unlessMatch.empty()) return;
+  for (std::size_t i = 0; i < queue.elements.size(); ++i) {
+    if (!matchesAll(queue.form(), request.unlessMatch, *queue.elements[i])) continue;
+    throw Stop(Exit::NothingThere,
+               "nothing added: entry " + std::to_string(i + 1) + " of " + queue.name().shown() + " matches");
   }
-  if (!twins.empty()) {
-    throw Stop(Exit::Refused, "cannot " + action + ": the library cannot tell it from " + twins);
-  }
 }
 
-// The library reports neither a file that could not be closed nor a task list that could not be written: what the file
-// holds afterwards tells.
-bool isStored(const QueueName &name, std::size_t entries) {
-  return storedElements(name).size() == entries;
-}
-
-// Removes the first entry that matches and says why when that fails; `shown` is added to what is said.
-void removeMatch(const Request &request, const std::string &action, const SSIB_ENTRY &entry, std::size_t before,
-                 const std::string &shown) {
-  EFI_STATUS status = iRemoveFromSSIBQueue(&gSSSIB2pvt, &entry);
-  if (status == EFI_SUCCESS && !isStored(request.queue, before - 1)) status = EFI_DEVICE_ERROR;
-  if (status == EFI_SUCCESS) return;
-  const bool isLast = request.queue.form() == Form::TaskList && before == 1;
-  throw Stop(Exit::Refused, "cannot " + action + ": " + statusName(status) + shown +
-                                (isLast ? "; a task list keeps its last entry, 'ssib delete' deletes the file" : ""));
-}
-
-void requireStored(const QueueName &name, bool stored) {
-  if (!stored) refuse("write " + name.shown(), EFI_DEVICE_ERROR);
-}
-
-// Whether the file gave a field back as it was written. The quotes around a command line are not stored.
-bool cameBack(const Field &field, const SSIB_ENTRY &stored, const SSIB_ENTRY &written) {
-  if (field.kind == Field::Kind::Number) return numberOf(field, stored) == numberOf(field, written);
-  const char *text = stored.*field.text;
-  if (text == nullptr) return false;
-  const std::string wanted = written.*field.text;
-  return wanted == text || (field.text == &SSIB_ENTRY::Cmd_Line && wanted == '"' + std::string(text) + '"');
-}
-
-bool isReplaced(const Request &request, const SSIB_ENTRY &changed) {
-  const Elements elements = storedElements(request.queue);
-  return elements.size() >= request.number && std::ranges::all_of(request.fields, [&](const GivenField &item) {
-           return cameBack(*item.field, elements[request.number - 1]->entry, changed);
-         });
-}
-
-std::string actionOn(const char *verb, const Request &request) {
-  return std::string(verb) + " entry " + std::to_string(request.number) + " of " + request.queue.shown();
-}
-
-OwnedEntry entryToAdd(const Request &request) {
-  OwnedEntry entry = newEntry();
-  applyFields(request.fields, *entry);
-  // Without a command line an entry of an XML queue could be added, but never taken out.
-  if (request.queue.form() == Form::Xml && entry->Cmd_Line == nullptr) setText(fieldNamed("Cmd_Line"), *entry, "");
-  return entry;
+std::string numbersOf(std::size_t first, std::size_t count) {
+  if (count == 1) return "entry " + std::to_string(first);
+  return "entries " + std::to_string(first) + " to " + std::to_string(first + count - 1);
 }
 
 }  // namespace
 
-void addEntry(const Request &request) {
-  const QueueName &name = request.queue;
-  checkFields(name.form(), request.fields);
-  const OwnedEntry entry = entryToAdd(request);
-  const ChangeLock lock;
-  openQueue(name);
-  const std::size_t before = elementsOf(gSSSIB2pvt).size();
-  SSIB_ENTRY *added = entry.get();
-  require(iAddToSSIBQueue(&gSSSIB2pvt, 1, &added, bitsOf(request.fields), request.addLocation),
-          "add to " + name.shown());
-  require(iCloseSSIB(&gSSSIB2pvt), "write " + name.shown());
-  requireStored(name, isStored(name, before + 1));
+void requireSelection(const Request &request) {
+  if (request.everything == request.selection.isEverything()) return;
+  throw Stop(Exit::Usage, request.everything ? "--all stands alone: it chooses every entry"
+                                             : "no entry is chosen: give numbers, or --match FIELD=VALUE");
 }
 
-void takeEntry(const Request &request) {
-  const QueueName &name = request.queue;
-  const std::string action = actionOn("take", request);
+Exit addEntries(const Request &request) {
+  const std::vector<GivenFields> entries = request.source.empty() ? entryOfOptions(request) : entriesFrom(request);
+  checkMatches(request.queue.form(), request.unlessMatch);
   const ChangeLock lock;
-  openQueue(name);
-  const Elements elements = elementsWith(name, request.number);
-  requireDeletable(action, name.form(), *elements.front());
-  const OwnedEntry entry = copyOfEntry(name, *elements.front());
-  std::signal(SIGPIPE, SIG_IGN);  // a reader that is gone is an output that failed: the job stays
-  print(shownEntry(request, *elements.front()));
-  removeMatch(request, action, *entry, elements.size(), "; the job shown was not removed");
+  Queue queue(request.queue);
+  requireNoMatch(request, queue);
+  const std::size_t first = request.addInFront ? 0 : queue.elements.size();
+  Elements added;
+  for (const GivenFields &given : entries) applyFields(given, *added.emplace_back(newElement()));
+  queue.elements.insert(queue.elements.begin() + static_cast<std::ptrdiff_t>(first), added.begin(), added.end());
+  if (!added.empty()) queue.store();
+  const std::string what = added.empty() ? "no entry" : numbersOf(first + 1, added.size());
+  report(request, "added " + what + " to " + queue.name().shown(), {{"entries", added.size()}, {"first", first + 1}});
+  return Exit::Done;
 }
 
-void removeEntry(const Request &request) {
-  const QueueName &name = request.queue;
-  const std::string action = actionOn("remove", request);
+// What is shown is removed only after all of it has been printed.
+Exit takeEntries(const Request &request) {
   const ChangeLock lock;
-  openQueue(name);
-  const Elements elements = elementsWith(name, request.number);
-  requireDeletable(action, name.form(), *elements[request.number - 1]);
-  const OwnedEntry entry = copyOfEntry(name, *elements[request.number - 1]);
-  requireOnlyMatch(action, elements, request.number,
-                   [&](const SSIB_ENTRY_LIST &element) { return isDeletedAs(*entry, name.form(), element); });
-  removeMatch(request, action, *entry, elements.size(), "");
+  Queue queue(request.queue);
+  const Places places = firstPlaces(request.selection, queue);
+  std::signal(SIGPIPE, SIG_IGN);  // a reader that is gone is an output that failed: the jobs stay
+  print(shownEntries(request, queue, places));
+  release(queue.takeOut(places));
+  try {
+    queue.store();
+  } catch (const Stop &stop) {
+    throw Stop(stop.exit(), std::string(stop.what()) + "; what was shown was not removed", stop.status());
+  }
+  return Exit::Done;
 }
 
-void replaceEntry(const Request &request) {
-  const QueueName &name = request.queue;
-  if (request.fields.empty()) throw Stop(Exit::Usage, "replace: no field is given a new value");
-  checkFields(name.form(), request.fields);
-  const std::string action = actionOn("replace", request);
+Exit removeEntries(const Request &request) {
+  requireSelection(request);
   const ChangeLock lock;
-  openQueue(name);
-  const Elements elements = elementsWith(name, request.number);
-  SSIB_ENTRY_LIST &element = *elements[request.number - 1];
-  const OwnedEntry old = copyOfEntry(name, element);
-  const OwnedEntry changed = copyOfEntry(name, element);
-  applyFields(request.fields, *changed);
-  requireOnlyMatch(action, elements, request.number, [&](const SSIB_ENTRY_LIST &other) {
-    return SSIBEntryCmp(&gSSSIB2pvt, old.get(), &other.entry) == 0;
-  });
-  require(iReplaceSSIBEntry(&gSSSIB2pvt, old.get(), changed.get()), action);
-  element.fieldMask |= bitsOf(request.fields);
-  require(iCloseSSIB(&gSSSIB2pvt), "write " + name.shown());
-  requireStored(name, isReplaced(request, *changed));
+  Queue queue(request.queue);
+  const Places places = chosenPlaces(request.selection, queue);
+  if (request.everything) confirm(request, "remove " + counted(places.size()) + " of " + queue.name().shown());
+  release(queue.takeOut(places));
+  queue.store();
+  report(request, "removed " + counted(places.size()) + " from " + queue.name().shown(), {{"entries", places.size()}});
+  return Exit::Done;
+}
+
+Exit replaceEntries(const Request &request) {
+  if (request.fields.empty() && request.unset.empty()) throw Stop(Exit::Usage, "no field is given a new value");
+  requireSelection(request);
+  checkFields(request.queue.form(), request.fields);
+  checkUnset(request.queue.form(), request.unset);
+  const ChangeLock lock;
+  Queue queue(request.queue);
+  const Places places = chosenPlaces(request.selection, queue);
+  for (const std::size_t place : places) {
+    for (const Field *field : request.unset) removeField(*field, *queue.elements[place]);
+    applyFields(request.fields, *queue.elements[place]);
+  }
+  queue.store();
+  report(request, "changed " + counted(places.size()) + " of " + queue.name().shown(), {{"entries", places.size()}});
+  return Exit::Done;
 }
 
 }  // namespace tool

@@ -23,9 +23,10 @@ struct Checked {
   Exit exit = Exit::Done;
 };
 
-Checked lookAt(const QueueName &name) {
-  Checked checked = {.name = name.shown(), .problem = ""};
+Checked lookAt(const std::string &given) {
+  Checked checked = {.name = escaped(given), .problem = ""};
   try {
+    const QueueName name(given);
     const std::optional<std::string> bytes = storedBytes(name);
     if (!bytes) {
       checked.problem = "missing";
@@ -86,15 +87,21 @@ Json jsonOf(const Checked &checked) {
   return object;
 }
 
+std::vector<std::string> allNames() {
+  std::vector<std::string> names;
+  for (const HostFile &file : partitionFiles()) names.push_back(file.name);
+  return names;
+}
+
 }  // namespace
 
 Exit checkQueues(const Request &request) {
-  const std::vector<QueueName> names = request.queues.empty() ? allQueues() : request.queues;
-  if (names.empty()) throw Stop(Exit::NothingThere, "there are no queues");
+  const std::vector<std::string> names = request.queues.empty() ? allNames() : request.queues;
+  if (names.empty()) throw Stop(Exit::NothingThere, "there are no queues in " + partitionPath());
   std::string lines;
   Json array = Json::array();
   Exit worst = Exit::Done;
-  for (const QueueName &name : names) {
+  for (const std::string &name : names) {
     const Checked checked = lookAt(name);
     request.json ? array.push_back(jsonOf(checked)) : static_cast<void>(lines += asLines(checked));
     worst = std::max(worst, checked.exit);

@@ -1,41 +1,71 @@
 // SPDX-License-Identifier: MIT
-// The commands. Each ends by returning, or by throwing Stop with its exit status and message.
+// The commands. Each ends by returning its exit status, or by throwing Stop with that and a message.
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
+#include <optional>
+#include <string>
 #include <vector>
 
+#include "json.h"
 #include "options.h"
 #include "queue.h"
+#include "selection.h"
 #include "stop.h"
 
 namespace tool {
 
 /** What the command line asks for. Each command looks at what it takes. */
 struct Request {
+  std::string operation;  // the command's name
   QueueName queue;
+  bool isQueueNamed = false;
+  Selection selection;
   GivenFields fields = {};
-  std::size_t number = 1;  // of an entry, the first being 1
-  std::uint32_t addLocation = SSIB_ADD_APPEND_LO;
+  std::vector<const Field *> unset = {};
+  GivenFields unlessMatch = {};
+  std::string source = {};  // the file of `add --from`, "-" for standard input; empty when there is none
+  bool addInFront = false;
+  std::optional<QueueName> target = std::nullopt;
+  std::size_t toPlace = 0;               // the first being 1; 0 for the end
+  std::vector<std::string> queues = {};  // those that `check` looks at, as they were given; none for all
   bool json = false;
   bool deleteFile = false;
-  std::vector<QueueName> queues = {};  // those named beside --queue
   bool inPlace = false;
+  bool dropFields = false;
+  bool everything = false;
+  bool yes = false;
 };
 
-void listEntries(const Request &request);
-void showEntry(const Request &request);  // also peek, with number 1
-void addEntry(const Request &request);
-void takeEntry(const Request &request);
-void removeEntry(const Request &request);
-void replaceEntry(const Request &request);
-void mergeQueue(const Request &request);
-void deleteQueue(const Request &request);
+Exit listEntries(const Request &request);
+Exit showEntries(const Request &request);
+Exit peekEntries(const Request &request);
+Exit addEntries(const Request &request);
+Exit takeEntries(const Request &request);
+Exit removeEntries(const Request &request);
+Exit replaceEntries(const Request &request);
+Exit moveEntries(const Request &request);
+Exit copyEntries(const Request &request);
+Exit mergeQueue(const Request &request);
+Exit deleteQueue(const Request &request);
+Exit listQueues(const Request &request);
+Exit compareQueues(const Request &request);
 Exit checkQueues(const Request &request);
 Exit salvageQueue(const Request &request);
 
-/** The entry as `show` prints it. */
-std::string shownEntry(const Request &request, const SSIB_ENTRY_LIST &element);
+/** The entries at these places as `show` prints them. */
+std::string shownEntries(const Request &request, const Queue &queue, const Places &places);
+
+/**
+ * Says on standard output what was done, as JSON when that is asked for. It stays done when standard output fails, so
+ * that is no failure.
+ */
+void report(const Request &request, const std::string &text, const Record &details);
+
+/** Throws Stop (wrong usage) when it is not said which entries are meant. */
+void requireSelection(const Request &request);
+
+/** Asks on the terminal, unless the request says yes. Throws Stop when nobody agrees. */
+void confirm(const Request &request, const std::string &question);
 
 }  // namespace tool

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cassert>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -17,66 +16,53 @@ struct Option {
   const char *name, *help;
 };
 
-constexpr Field number(const char *name, Field::Place place, std::uint32_t largest, std::uint32_t bit,
-                       std::size_t keyBytes, Option option) {
+constexpr Field number(const char *name, Field::Place place, std::uint32_t largest, std::uint32_t bit, Option option) {
   return {.name = name,
           .option = option.name,
           .help = option.help,
           .kind = Kind::Number,
           .number = place,
           .largest = largest,
-          .bit = bit,
-          .key = {keyBytes, 0}};
+          .bit = bit};
 }
 
-constexpr Field xmlText(const char *name, SSIB_TEXT SSIB_ENTRY::*member, std::size_t keyBytes, Option option) {
-  return {.name = name, .option = option.name, .help = option.help, .text = member, .key = {keyBytes, 0}};
+constexpr Field xmlText(const char *name, SSIB_TEXT SSIB_ENTRY::*member, Option option) {
+  return {.name = name, .option = option.name, .help = option.help, .text = member};
 }
 
-constexpr Field taskListText(const char *name, SSIB_TEXT SSIB_ENTRY::*member, std::size_t keyBytes, Option option) {
-  return {.name = name,
-          .option = option.name,
-          .help = option.help,
-          .text = member,
-          .stored = {false, true},
-          .key = {0, keyBytes}};
+constexpr Field taskListText(const char *name, SSIB_TEXT SSIB_ENTRY::*member, Option option) {
+  return {.name = name, .option = option.name, .help = option.help, .text = member, .stored = {false, true}};
 }
 
 constexpr Field kFields[] = {
-    number("Version", {offsetof(SSIB_ENTRY, Version), 4}, 0xFFFFFFFF, 0, 4,
+    number("Version", {offsetof(SSIB_ENTRY, Version), 4}, 0xFFFFFFFF, 0,
            {"version-number", "version number of the block"}),
-    number("Block_ID", {offsetof(SSIB_ENTRY, Block_ID), 2}, 0xFFFF, 0, 2, {"block-id", "identifier of the block"}),
-    number("RB_Type", {offsetof(SSIB_ENTRY, RB_Type), 1}, 0xFF, SSIB_FIELD_RB_TYPE, 1, {"rb-type", "optional"}),
-    number("RB_Req", {offsetof(SSIB_ENTRY, RB_Req), 1}, 0xFF, SSIB_FIELD_RB_REQ, 1, {"rb-req", "optional"}),
-    number("Timeout", {offsetof(SSIB_ENTRY, Timeout), 4}, 0xFFFF, SSIB_FIELD_TIMEOUT, 4,
-           {"timeout", "optional: seconds; the file keeps 16 bits, and 'add' stores 600 for 0"}),
-    number("Rtn_Code", {offsetof(SSIB_ENTRY, Rtn_Code), 4}, 0xFFFFFFFF, SSIB_FIELD_RTN_CODE, 4,
+    number("Block_ID", {offsetof(SSIB_ENTRY, Block_ID), 2}, 0xFFFF, 0, {"block-id", "identifier of the block"}),
+    number("RB_Type", {offsetof(SSIB_ENTRY, RB_Type), 1}, 0xFF, SSIB_FIELD_RB_TYPE, {"rb-type", "optional"}),
+    number("RB_Req", {offsetof(SSIB_ENTRY, RB_Req), 1}, 0xFF, SSIB_FIELD_RB_REQ, {"rb-req", "optional"}),
+    number("Timeout", {offsetof(SSIB_ENTRY, Timeout), 4}, 0xFFFF, SSIB_FIELD_TIMEOUT, {"timeout", "optional: seconds"}),
+    number("Rtn_Code", {offsetof(SSIB_ENTRY, Rtn_Code), 4}, 0xFFFFFFFF, SSIB_FIELD_RTN_CODE,
            {"rtn-code", "optional: return code of the job"}),
-    number("RT_Count", {offsetof(SSIB_ENTRY, RT_Count), 2}, 0xFFFF, SSIB_FIELD_RT_COUNT, 0, {"rt-count", "optional"}),
+    number("RT_Count", {offsetof(SSIB_ENTRY, RT_Count), 2}, 0xFFFF, SSIB_FIELD_RT_COUNT, {"rt-count", "optional"}),
     {.name = "Job_ID",
      .option = "job-id",
      .help = "optional: job identifier",
      .text = &SSIB_ENTRY::Job_ID,
      .bit = SSIB_FIELD_JOB_ID,
-     .stored = {true, true},
-     .key = {SSIB_COMPARED_JOB_ID, 0}},
-    xmlText("Cmd_Line", &SSIB_ENTRY::Cmd_Line, SSIB_COMPARED_LONG,
+     .stored = {true, true}},
+    xmlText("Cmd_Line", &SSIB_ENTRY::Cmd_Line,
             {"cmd-line", "command line; double quotes around the whole of it are not stored"}),
-    xmlText("Task_Name", &SSIB_ENTRY::Task_Name, SSIB_COMPARED_LONG, {"task-name", "name of the task"}),
+    xmlText("Task_Name", &SSIB_ENTRY::Task_Name, {"task-name", "name of the task"}),
     {.name = "Node", .kind = Kind::Node},
-    xmlText("LU_Category", &SSIB_ENTRY::LU_Category, SSIB_COMPARED_SHORT, {"lu-category", "category of the job"}),
-    taskListText("Display_Name", &SSIB_ENTRY::Display_Name, SSIB_COMPARED_LONG,
-                 {"display-name", "what the job is called on displays"}),
-    taskListText("Job_Type", &SSIB_ENTRY::Job_Type, SSIB_COMPARED_SHORT,
-                 {"job-type", "type of the job, for example UPDATE"}),
-    taskListText("FQDD", &SSIB_ENTRY::FQDD, SSIB_COMPARED_LONG, {"fqdd", "descriptor of the device"}),
-    taskListText("Resource_URI", &SSIB_ENTRY::Resource_URI, SSIB_COMPARED_LONG,
-                 {"resource-uri", "where the resource is"}),
-    taskListText("Resource_Type", &SSIB_ENTRY::Resource_Type, SSIB_COMPARED_LONG,
-                 {"resource-type", "what the resource is"}),
-    taskListText("Resource_Namespace", &SSIB_ENTRY::Resource_Namespace, SSIB_COMPARED_LONG,
+    xmlText("LU_Category", &SSIB_ENTRY::LU_Category, {"lu-category", "category of the job"}),
+    taskListText("Display_Name", &SSIB_ENTRY::Display_Name, {"display-name", "what the job is called on displays"}),
+    taskListText("Job_Type", &SSIB_ENTRY::Job_Type, {"job-type", "type of the job, for example UPDATE"}),
+    taskListText("FQDD", &SSIB_ENTRY::FQDD, {"fqdd", "descriptor of the device"}),
+    taskListText("Resource_URI", &SSIB_ENTRY::Resource_URI, {"resource-uri", "where the resource is"}),
+    taskListText("Resource_Type", &SSIB_ENTRY::Resource_Type, {"resource-type", "what the resource is"}),
+    taskListText("Resource_Namespace", &SSIB_ENTRY::Resource_Namespace,
                  {"resource-namespace", "namespace of the resource"}),
-    taskListText("Target_Version", &SSIB_ENTRY::Target_Version, 0, {"target-version", "version to arrive at"}),
+    taskListText("Target_Version", &SSIB_ENTRY::Target_Version, {"target-version", "version to arrive at"}),
 };
 
 // Where the low bytes of a number lie.
@@ -91,11 +77,11 @@ std::span<const Field> fields() {
   return kFields;
 }
 
-const Field &fieldNamed(std::string_view name) {
-  const auto *field =
-      std::find_if(std::begin(kFields), std::end(kFields), [&](const Field &f) { return f.name == name; });
-  assert(field != std::end(kFields));
-  return *field;
+const Field *findField(std::string_view name) {
+  const auto *field = std::find_if(std::begin(kFields), std::end(kFields), [&](const Field &f) {
+    return f.name == name || (f.option != nullptr && f.option == name);
+  });
+  return field != std::end(kFields) ? field : nullptr;
 }
 
 // The record is packed: a number is reached by its bytes, never through a pointer of its own type.
@@ -118,6 +104,18 @@ void setText(const Field &field, SSIB_ENTRY &entry, const char *value) {
   entry.*field.text = copy;
 }
 
+void removeField(const Field &field, SSIB_ENTRY_LIST &element) {
+  element.fieldMask &= ~field.bit;
+  if (field.kind == Kind::Text) {
+    std::free(element.entry.*field.text);
+    element.entry.*field.text = nullptr;
+  } else if (field.kind == Kind::Node && element.entry.Node != nullptr) {
+    XML_SERVICE_PROTOCOL *xml = gSSSIB2pvt.XMLProto;
+    xml->DeleteTree(xml, element.entry.Node);
+    element.entry.Node = nullptr;
+  }
+}
+
 bool isPresent(const Field &field, const SSIB_ENTRY_LIST &element) {
   switch (field.kind) {
     case Kind::Number:
@@ -127,6 +125,17 @@ bool isPresent(const Field &field, const SSIB_ENTRY_LIST &element) {
     default:
       return element.entry.Node != nullptr;
   }
+}
+
+SSIB_ENTRY_LIST *newElement() {
+  SSIB_ENTRY_LIST *element = le_new();
+  if (element == nullptr) throw std::bad_alloc();
+  return element;
+}
+
+void releaseElement(SSIB_ENTRY_LIST *element) {
+  for (const Field &field : kFields) removeField(field, *element);
+  std::free(element);
 }
 
 }  // namespace tool

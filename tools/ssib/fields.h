@@ -11,7 +11,7 @@
 
 namespace tool {
 
-/** The two forms of a queue file; the values are the library's modes and index a field's `stored` and `key`. */
+/** The two forms of a queue file; the values are the library's modes and index a field's `stored`. */
 enum class Form : std::uint8_t { Xml = SSIB_MODE_DEFAULT, TaskList = SSIB_MODE_BIOS_SMA };
 
 struct Field {
@@ -31,17 +31,15 @@ struct Field {
   SSIB_TEXT SSIB_ENTRY::*text = nullptr;  // of Kind::Text
   std::uint32_t bit = 0;                  // of the field mask; 0 when the field is always valid
   bool stored[2] = {true, false};         // which forms keep it
-  std::size_t key[2] = {0, 0};  // bytes that count when the library looks for an entry to delete; 0: it does not count
 
   bool storedIn(Form form) const { return stored[static_cast<std::size_t>(form)]; }
-  std::size_t keyIn(Form form) const { return key[static_cast<std::size_t>(form)]; }
 };
 
 /** All fields but `mode`, which no form stores, in record order. */
 std::span<const Field> fields();
 
-/** The field of that name, which must be one. */
-const Field &fieldNamed(std::string_view name);
+/** The field that the record or, without its dashes, the option calls so; null when there is none. */
+const Field *findField(std::string_view name);
 
 std::uint32_t numberOf(const Field &field, const SSIB_ENTRY &entry);
 void setNumber(const Field &field, SSIB_ENTRY &entry, std::uint32_t value);
@@ -49,7 +47,16 @@ void setNumber(const Field &field, SSIB_ENTRY &entry, std::uint32_t value);
 /** Releases what the text field of an entry holds and gives it a copy of `value`. Throws std::bad_alloc. */
 void setText(const Field &field, SSIB_ENTRY &entry, const char *value);
 
+/** Takes the field out of an element: a number's bit, a text, a node. */
+void removeField(const Field &field, SSIB_ENTRY_LIST &element);
+
 /** Whether an element has the field: a number's bit is set, a text or node is not null. */
 bool isPresent(const Field &field, const SSIB_ENTRY_LIST &element);
+
+/** A new element without fields, on the library's heap. Throws std::bad_alloc. */
+SSIB_ENTRY_LIST *newElement();
+
+/** Releases an element that is in no list, with all that it owns. */
+void releaseElement(SSIB_ENTRY_LIST *element);
 
 }  // namespace tool

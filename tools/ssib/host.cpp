@@ -4,8 +4,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <new>
+#include <system_error>
 
 #include "stop.h"
 #include "VyxSSIBBackend.h"
@@ -36,12 +38,16 @@ bool isAscii(char byte) {
   return byte >= ' ' && byte <= '~';
 }
 
-std::string lockPath() {
-  char *path = nullptr;
-  const EFI_STATUS status = vyxHostPartitionPath(sVarskPartition, &path);
-  const Block<char> owner(path);
-  if (status == EFI_SUCCESS) return escaped(path) + "/" VYX_HOST_LOCK_NAME;
-  return "none of VARSK_ROOT, XDG_STATE_HOME and HOME is set";
+std::uint32_t waitMilliseconds = VYX_HOST_FOREVER;
+
+// Waits quietly for as long as commands usually take, then says so and waits on.
+EFI_STATUS lockPartition(VYX_HOST_LOCK **lock) {
+  constexpr std::uint32_t kQuiet = 1000;
+  const EFI_STATUS status = vyxHostLockPartition(sVarskPartition, std::min(kQuiet, waitMilliseconds), lock);
+  if (status != VYX_HOST_TIMEOUT || waitMilliseconds <= kQuiet) return status;
+  std::fputs("ssib: another command changes a queue; waiting for it\n", stderr);
+  const std::uint32_t rest = waitMilliseconds == VYX_HOST_FOREVER ? waitMilliseconds : waitMilliseconds - kQuiet;
+  return vyxHostLockPartition(sVarskPartition, rest, lock);
 }
 
 }  // namespace
@@ -78,13 +84,49 @@ std::wstring wideName(const std::string &given) {
   return wide;
 }
 
+std::string partitionPath(const std::string &below) {
+  char *path = nullptr;
+  if (vyxHostPartitionPath == nullptr) return "this platform";
+  const EFI_STATUS status = vyxHostPartitionPath(sVarskPartition, &path);
+  const Block<char> owner(path);
+  if (status == EFI_SUCCESS) return escaped(path) + below;
+  return "none of VARSK_ROOT, XDG_STATE_HOME and HOME is set";
+}
+
+std::vector<HostFile> partitionFiles() {
+  if (vyxHostPartitionPath == nullptr) throw Stop(Exit::Refused, "this platform does not list its files");
+  char *path = nullptr;
+  require(vyxHostPartitionPath(sVarskPartition, &path), "find the partition");
+  const Block<char> owner(path);
+  std::vector<HostFile> files;
+  std::error_code error;
+  std::filesystem::directory_iterator directory(path, error);
+  if (error == std::errc::no_such_file_or_directory) return files;
+  for (; !error && directory != std::filesystem::directory_iterator(); directory.increment(error)) {
+    const std::filesystem::directory_entry &entry = *directory;
+    const std::string name = entry.path().filename();
+    std::error_code gone;  // by another process, in the meantime
+    if (name.front() == '.' || name.ends_with(kPutAside)) continue;
+    if (!entry.is_regular_file(gone) || entry.is_symlink(gone)) continue;
+    const std::uintmax_t bytes = entry.file_size(gone);
+    if (!gone) files.push_back({name, static_cast<std::size_t>(bytes)});
+  }
+  if (error) throw Stop(Exit::Refused, "cannot list " + escaped(path) + ": " + error.message());
+  std::ranges::sort(files, {}, &HostFile::name);
+  return files;
+}
+
+void ChangeLock::setWait(std::uint32_t milliseconds) {
+  waitMilliseconds = milliseconds;
+}
+
 ChangeLock::ChangeLock() {
   if (vyxHostLockPartition == nullptr) {
     std::fputs("ssib: this platform has no lock; see to it that nobody else changes the queues\n", stderr);
     return;
   }
-  const EFI_STATUS status = vyxHostLockPartition(sVarskPartition, VYX_HOST_FOREVER, &lock_);
-  if (status != EFI_SUCCESS) refuse("lock the queues: " + lockPath(), status);
+  const EFI_STATUS status = lockPartition(&lock_);
+  if (status != EFI_SUCCESS) refuse("lock the queues: " + partitionPath("/" VYX_HOST_LOCK_NAME), status);
 }
 
 ChangeLock::~ChangeLock() {

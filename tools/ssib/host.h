@@ -3,7 +3,10 @@
 // missing: then there is no lock, statuses are numbers, and only ASCII is named and shown as it is.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "HostPlatform.h"
 
@@ -18,17 +21,34 @@ std::string escaped(const std::string &text);
 /** The wide form of a queue's name from the command line. Throws Stop when it has none. */
 std::wstring wideName(const std::string &given);
 
+/** The partition's directory, or what is in it, safe for a terminal; or why there is none. */
+std::string partitionPath(const std::string &below = "");
+
+struct HostFile {
+  std::string name;
+  std::size_t bytes;
+};
+
+/** What is added to the name of a damaged file that is put aside: it is no queue any more. */
+inline constexpr const char *kPutAside = ".damaged";
+
+/** The regular files of the partition that may be queues, by name. Throws Stop. */
+std::vector<HostFile> partitionFiles();
+
 /**
  * Waits until no other command changes a queue, and keeps others from it as long as the object lives, at the latest
  * until the process ends. Without a lock on this platform it says so on standard error.
  */
 class ChangeLock {
  public:
-  /** Throws Stop. */
+  /** Throws Stop, also when the lock is not there within setWait's time. */
   ChangeLock();
   ~ChangeLock();
   ChangeLock(const ChangeLock &) = delete;
   ChangeLock &operator=(const ChangeLock &) = delete;
+
+  /** How long a lock is waited for, in milliseconds; VYX_HOST_FOREVER when this is not called. */
+  static void setWait(std::uint32_t milliseconds);
 
  private:
   VYX_HOST_LOCK *lock_ = nullptr;

@@ -3,9 +3,12 @@
 
 #include <algorithm>
 #include <charconv>
+#include <numeric>
+#include <utility>
 
 #include "host.h"
 #include "stop.h"
+#include "values.h"
 
 namespace tool {
 namespace {
@@ -53,23 +56,68 @@ const char *problemInTaskList(const std::string &value) {
   return nullptr;
 }
 
-[[noreturn]] void refuseOption(const Field &field, const std::string &what) {
-  throw Stop(Exit::Usage, std::string("--") + field.option + ": " + what);
+[[noreturn]] void refuseField(const Field &field, const std::string &what) {
+  throw Stop(Exit::Usage, (field.option != nullptr ? std::string("--") + field.option : field.name) + ": " + what);
+}
+
+// How many letters have to be put in, taken out or changed to make one word the other.
+std::size_t distance(std::string_view one, std::string_view other) {
+  std::vector<std::size_t> row(other.size() + 1);
+  std::iota(row.begin(), row.end(), 0);
+  for (std::size_t i = 0; i < one.size(); ++i) {
+    std::size_t diagonal = std::exchange(row[0], i + 1);
+    for (std::size_t j = 0; j < other.size(); ++j) {
+      const std::size_t changed = diagonal + (one[i] == other[j] ? 0 : 1);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({changed, row[j] + 1, diagonal + 1});
+    }
+  }
+  return row.back();
+}
+
+}  // namespace
+
+std::string didYouMean(const std::string &word, const std::vector<std::string> &known) {
+  std::size_t least = word.size() < 4 ? 2 : 3;
+  std::string nearest;
+  for (const std::string &candidate : known) {
+    const std::size_t now = distance(word, candidate);
+    if (now < least) {
+      least = now;
+      nearest = candidate;
+    }
+  }
+  return nearest.empty() ? "" : "; did you mean " + nearest + "?";
+}
+
+const Field &requireField(const std::string &name) {
+  const Field *field = findField(name);
+  if (field != nullptr) return *field;
+  std::vector<std::string> known;
+  for (const Field &each : fields()) {
+    known.emplace_back(each.name);
+    if (each.option != nullptr) known.emplace_back(each.option);
+  }
+  throw Stop(Exit::Usage, escaped(name) + " is not a field" + didYouMean(name, known));
+}
+
+void requireStoredIn(Form form, const Field &field) {
+  if (field.storedIn(form)) return;
+  refuseField(field, form == Form::Xml ? "an XML queue file does not store this field"
+                                       : "a task list does not store this field");
 }
 
 void checkNumber(const Field &field, const std::string &value) {
   std::uint32_t number = 0;
   if (!parseNumber(value, field.largest, number)) {
-    refuseOption(field, escaped(value) + " is not a number from 0 to " + std::to_string(field.largest));
+    refuseField(field, escaped(value) + " is not a number from 0 to " + std::to_string(field.largest));
   }
 }
 
-void checkText(Form form, const Field &field, const std::string &value) {
-  const char *problem = form == Form::Xml ? problemInXml(field, value) : problemInTaskList(value);
-  if (problem != nullptr) refuseOption(field, std::string("the value has ") + problem);
+const char *problemOf(Form form, const Field &field, const std::string &value) {
+  if (field.kind != Field::Kind::Text) return nullptr;
+  return form == Form::Xml ? problemInXml(field, value) : problemInTaskList(value);
 }
-
-}  // namespace
 
 bool parseNumber(const std::string &text, std::uint32_t largest, std::uint32_t &number) {
   const bool isHex = text.starts_with("0x") || text.starts_with("0X");
@@ -81,34 +129,39 @@ bool parseNumber(const std::string &text, std::uint32_t largest, std::uint32_t &
 
 void checkFields(Form form, const GivenFields &given) {
   for (const GivenField &item : given) {
-    if (!item.field->storedIn(form)) {
-      refuseOption(*item.field, form == Form::Xml ? "an XML queue file does not store this field"
-                                                  : "a task list does not store this field");
+    requireStoredIn(form, *item.field);
+    if (item.field->kind == Field::Kind::Number) checkNumber(*item.field, item.value);
+    if (item.field->kind == Field::Kind::Node && !isNodeText(item.value)) {
+      refuseField(*item.field, "the value is not a text of XML elements");
     }
-    if (item.field->kind == Field::Kind::Number) {
-      checkNumber(*item.field, item.value);
-    } else {
-      checkText(form, *item.field, item.value);
-    }
+    const char *problem = problemOf(form, *item.field, item.value);
+    if (problem != nullptr) refuseField(*item.field, std::string("the value has ") + problem);
   }
 }
 
-void applyFields(const GivenFields &given, SSIB_ENTRY &entry) {
+void checkUnset(Form form, const std::vector<const Field *> &unset) {
+  for (const Field *field : unset) {
+    requireStoredIn(form, *field);
+    const bool isAbsentWhenNull = form == Form::TaskList || field->text == &SSIB_ENTRY::Cmd_Line;
+    if (field->bit != 0 || field->kind == Field::Kind::Node || isAbsentWhenNull) continue;
+    refuseField(*field, "an entry of an XML queue always has this field; give it another value");
+  }
+}
+
+void applyFields(const GivenFields &given, SSIB_ENTRY_LIST &element) {
   for (const GivenField &item : given) {
-    if (item.field->kind == Field::Kind::Text) {
-      setText(*item.field, entry, item.value.c_str());
-      continue;
+    const bool isCommand = item.field->text == &SSIB_ENTRY::Cmd_Line;
+    if (item.field->kind == Field::Kind::Node) {
+      setNode(item.value, element);
+    } else if (item.field->kind == Field::Kind::Text) {
+      setText(*item.field, element.entry, (isCommand ? withoutQuotes(item.value) : item.value).c_str());
+    } else {
+      std::uint32_t number = 0;
+      parseNumber(item.value, item.field->largest, number);
+      setNumber(*item.field, element.entry, number);
     }
-    std::uint32_t number = 0;
-    parseNumber(item.value, item.field->largest, number);
-    setNumber(*item.field, entry, number);
+    element.fieldMask |= item.field->bit;
   }
-}
-
-std::uint32_t bitsOf(const GivenFields &given) {
-  std::uint32_t bits = 0;
-  for (const GivenField &item : given) bits |= item.field->bit;
-  return bits;
 }
 
 }  // namespace tool

@@ -4,60 +4,15 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <nlohmann/json.hpp>
+#include <span>
 
 #include "host.h"
 #include "stop.h"
+#include "values.h"
 
 namespace tool {
 namespace {
-
-using Json = nlohmann::ordered_json;
-using Row = std::vector<std::string>;
-using Kind = Field::Kind;
-
-std::string nodeText(const XML_NODE *node) {
-  XML_SERVICE_PROTOCOL *xml = gSSSIB2pvt.XMLProto;
-  XML_STRING *image = nullptr;
-  require(xml->SerializeTree(xml, node, 1, &image), "show a Node");
-  const std::unique_ptr<XML_STRING, decltype(&std::free)> record(image, &std::free);
-  const std::unique_ptr<char, decltype(&std::free)> text(image->text, &std::free);
-  return text ? text.get() : "";
-}
-
-bool isShown(Form form, const Field &field, const SSIB_ENTRY_LIST &element) {
-  return field.storedIn(form) && isPresent(field, element);
-}
-
-std::string valueText(const Field &field, const SSIB_ENTRY &entry) {
-  switch (field.kind) {
-    case Kind::Number:
-      return std::to_string(numberOf(field, entry));
-    case Kind::Text:
-      return entry.*field.text;
-    default:
-      return nodeText(entry.Node);
-  }
-}
-
-Json valueJson(const Field &field, const SSIB_ENTRY &entry) {
-  if (field.kind == Kind::Number) return numberOf(field, entry);
-  return valueText(field, entry);
-}
-
-Json jsonOf(Form form, const SSIB_ENTRY_LIST &element) {
-  Json object = Json::object();
-  for (const Field &field : fields()) {
-    if (isShown(form, field, element)) object[field.name] = valueJson(field, element.entry);
-  }
-  return object;
-}
-
-std::string dumped(const Json &json) {
-  return json.dump(2, ' ', true, Json::error_handler_t::replace) + "\n";
-}
 
 // The columns of a form's table. The one without a usual width comes last.
 std::vector<const Field *> columnsOf(Form form) {
@@ -65,7 +20,7 @@ std::vector<const Field *> columnsOf(Form form) {
   constexpr const char *kTaskList[] = {"Job_ID", "Job_Type", "Display_Name", "FQDD", "Target_Version"};
   std::vector<const Field *> columns;
   for (const char *name : form == Form::Xml ? std::span<const char *const>(kXml) : kTaskList) {
-    columns.push_back(&fieldNamed(name));
+    columns.push_back(findField(name));
   }
   return columns;
 }
@@ -73,20 +28,6 @@ std::vector<const Field *> columnsOf(Form form) {
 // A cell is never blank: columns can be told apart at blanks, as long as values have none.
 std::string cellText(const std::string &value) {
   return value.empty() ? "\"\"" : escaped(value);
-}
-
-std::vector<Row> tableRows(Form form, const Elements &elements) {
-  const std::vector<const Field *> columns = columnsOf(form);
-  std::vector<Row> rows(1, Row{"#"});
-  for (const Field *column : columns) rows.front().emplace_back(column->name);
-  for (const SSIB_ENTRY_LIST *element : elements) {
-    Row row = {std::to_string(rows.size())};
-    for (const Field *column : columns) {
-      row.push_back(isPresent(*column, *element) ? cellText(valueText(*column, element->entry)) : "-");
-    }
-    rows.push_back(std::move(row));
-  }
-  return rows;
 }
 
 // The room that an escaped text takes in a table.
@@ -108,15 +49,28 @@ std::vector<std::size_t> columnWidths(const std::vector<Row> &rows) {
 std::string entryAsLines(Form form, const SSIB_ENTRY_LIST &element) {
   std::string out;
   for (const Field &field : fields()) {
-    if (isShown(form, field, element)) {
-      out += std::string(field.name) + ": " + escaped(valueText(field, element.entry)) + "\n";
-    }
+    const Value value = valueOf(form, field, element);
+    if (value) out += std::string(field.name) + ": " + escaped(*value) + "\n";
   }
   return out;
 }
 
-std::string entriesAsTable(Form form, const Elements &elements) {
-  const std::vector<Row> rows = tableRows(form, elements);
+std::string entriesAsTable(const Queue &queue, const Places &places) {
+  const std::vector<const Field *> columns = columnsOf(queue.form());
+  std::vector<Row> rows(1, Row{"#"});
+  for (const Field *column : columns) rows.front().emplace_back(column->name);
+  for (const std::size_t place : places) {
+    Row row = {std::to_string(place + 1)};
+    for (const Field *column : columns) {
+      const Value value = valueOf(queue.form(), *column, *queue.elements[place]);
+      row.push_back(value ? cellText(*value) : "-");
+    }
+    rows.push_back(std::move(row));
+  }
+  return asTable(rows);
+}
+
+std::string asTable(const std::vector<Row> &rows) {
   const std::vector<std::size_t> widths = columnWidths(rows);
   std::string out;
   for (const Row &row : rows) {
@@ -126,16 +80,6 @@ std::string entriesAsTable(Form form, const Elements &elements) {
     out.append(row.back()).append("\n");
   }
   return out;
-}
-
-std::string entryAsJson(Form form, const SSIB_ENTRY_LIST &element) {
-  return dumped(jsonOf(form, element));
-}
-
-std::string entriesAsJson(Form form, const Elements &elements) {
-  Json array = Json::array();
-  for (const SSIB_ENTRY_LIST *element : elements) array.push_back(jsonOf(form, *element));
-  return dumped(array);
 }
 
 void print(const std::string &text) {

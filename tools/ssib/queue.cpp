@@ -4,12 +4,17 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
+#include <new>
+#include <utility>
 
 #include "host.h"
 #include "stop.h"
+#include "values.h"
 
 namespace tool {
 namespace {
@@ -19,21 +24,56 @@ bool isSet(const char *variable) {
   return value != nullptr && *value != '\0';
 }
 
-void openWith(SSIB2_PRIVATE_DATA &handle, const QueueName &name) {
-  require(iOpenSSIB(&handle, name.wide()), "open " + name.shown());
-}
+// Keeps the library from saying on standard error, each time a handle is set up, that there is no debug-log service.
+// Does nothing when the environment asks for diagnostics.
+class QuietSetUp {
+ public:
+  QuietSetUp() {
+    if (isSet("QUOR_DEBUG") || isSet("QUOR_TRACE")) return;
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (nowhere < 0) return;
+    standardError_ = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (standardError_ >= 0) dup2(nowhere, STDERR_FILENO);
+    close(nowhere);
+  }
+  ~QuietSetUp() {
+    if (standardError_ < 0) return;
+    dup2(standardError_, STDERR_FILENO);
+    close(standardError_);
+  }
+  QuietSetUp(const QuietSetUp &) = delete;
+  QuietSetUp &operator=(const QuietSetUp &) = delete;
 
-void setUp(SSIB2_PRIVATE_DATA &handle, const QueueName &name) {
-  const QuietSetUp quiet;
-  require(Protocol2Constructor(&handle), "set up a handle for " + name.shown());
-}
+ private:
+  int standardError_ = -1;  // kept aside; -1 when nothing was done
+};
 
 // A new handle that lasts until the process ends. Each is a block of its own: the record is packed, and in an array the
 // pointers of the second one would lie where leak checkers do not look.
-SSIB2_PRIVATE_DATA &keptHandle() {
+SSIB2_PRIVATE_DATA &newHandle(const QueueName &name) {
   static auto &handles = *new std::vector<SSIB2_PRIVATE_DATA *>;
   handles.reserve(handles.size() + 1);
-  return *handles.emplace_back(new SSIB2_PRIVATE_DATA{});
+  SSIB2_PRIVATE_DATA &handle = *handles.emplace_back(new SSIB2_PRIVATE_DATA{});
+  const QuietSetUp quiet;
+  require(Protocol2Constructor(&handle), "set up a handle for " + name.shown());
+  return handle;
+}
+
+Elements listOf(const SSIB2_PRIVATE_DATA &handle) {
+  Elements elements;
+  for (SSIB_ENTRY_LIST *element = handle.ssibEntryListHead; element != nullptr; element = element->next) {
+    elements.push_back(element);
+  }
+  return elements;
+}
+
+void link(const Elements &elements, SSIB2_PRIVATE_DATA &handle) {
+  SSIB_LINK next = nullptr;
+  for (auto element = elements.rbegin(); element != elements.rend(); ++element) {
+    (*element)->next = next;
+    next = *element;
+  }
+  handle.ssibEntryListHead = handle.ssibEntryListPtr = next;
 }
 
 }  // namespace
@@ -64,54 +104,9 @@ QueueName QueueName::mainQueue() const {
   return QueueName(plainName(form() == Form::TaskList ? SSIB_MAIN_TASK_LIST : SSIB_MAIN_QUEUE));
 }
 
-QuietSetUp::QuietSetUp() {
-  if (isSet("QUOR_DEBUG") || isSet("QUOR_TRACE")) return;
-  const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-  if (nowhere < 0) return;
-  standardError_ = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-  if (standardError_ >= 0) dup2(nowhere, STDERR_FILENO);
-  close(nowhere);
-}
-
-QuietSetUp::~QuietSetUp() {
-  if (standardError_ < 0) return;
-  dup2(standardError_, STDERR_FILENO);
-  close(standardError_);
-}
-
 void startLibrary() {
   const QuietSetUp quiet;
   require(vyxSSIB2LinuxInitBackend(), "start the library");
-}
-
-void openQueue(const QueueName &name) {
-  openWith(gSSSIB2pvt, name);
-}
-
-void openQueueUnlocked(const QueueName &name) {
-  if (iOpenSSIB(&gSSSIB2pvt, name.wide()) == EFI_SUCCESS) return;
-  // A task list that is refused counts as open. Its list is empty, so that the close writes nothing.
-  iCloseSSIB(&gSSSIB2pvt);
-  openQueue(name);
-}
-
-SSIB2_PRIVATE_DATA &openAside(const QueueName &name) {
-  SSIB2_PRIVATE_DATA &handle = keptHandle();
-  setUp(handle, name);
-  openWith(handle, name);
-  return handle;
-}
-
-Elements elementsOf(const SSIB2_PRIVATE_DATA &handle) {
-  Elements elements;
-  for (SSIB_ENTRY_LIST *element = handle.ssibEntryListHead; element != nullptr; element = element->next) {
-    elements.push_back(element);
-  }
-  return elements;
-}
-
-Elements storedElements(const QueueName &name) {
-  return elementsOf(openAside(name));
 }
 
 bool exists(const QueueName &name, const std::string &action) {
@@ -125,37 +120,69 @@ bool exists(const QueueName &name, const std::string &action) {
   return false;
 }
 
+void requireExists(const QueueName &name, const std::string &action) {
+  if (!exists(name, action)) throw Stop(Exit::NothingThere, "there is no " + name.shown());
+}
+
+void deleteFile(const QueueName &name) {
+  const std::string action = "delete " + name.shown();
+  require(iDeleteSSIB(&gSSSIB2pvt, name.wide()), action);
+  if (exists(name, action)) refuse(action, EFI_DEVICE_ERROR);
+}
+
+// Without the lock a file that a writer replaces between the library's two looks at it, the first for its size, seems
+// damaged: it is refused only when it seems so again and again.
+Queue::Queue(const QueueName &name, Access access, const std::string &action) : name_(name), handle_(&newHandle(name)) {
+  EFI_STATUS status = iOpenSSIB(handle_, name.wide());
+  for (int again = 3; status != EFI_SUCCESS && access == Access::Unlocked && again > 0; --again) {
+    // A task list that is refused counts as open. Its list is empty, so that the close writes nothing.
+    iCloseSSIB(handle_);
+    status = iOpenSSIB(handle_, name.wide());
+  }
+  require(status, action + " " + name.shown());
+  elements = listOf(*handle_);
+}
+
+Queue::Queue(const QueueName &name, Elements own) : elements(std::move(own)), name_(name), handle_(&newHandle(name)) {
+  link(elements, *handle_);
+  handle_->mode = static_cast<std::uint8_t>(form());
+  handle_->ssibFileName = wcsdup(name.wide());
+  if (handle_->ssibFileName == nullptr) throw std::bad_alloc();
+}
+
+Elements Queue::takeOut(const Places &places) {
+  Elements out, left;
+  auto next = places.begin();
+  for (std::size_t i = 0; i < elements.size(); ++i) {
+    const bool isChosen = next != places.end() && *next == i;
+    (isChosen ? out : left).push_back(elements[i]);
+    if (isChosen) ++next;
+  }
+  elements = std::move(left);
+  link(elements, *handle_);
+  return out;
+}
+
+// The library reports neither a file that could not be closed nor a task list that could not be written: what the file
+// holds afterwards tells.
+void Queue::store() {
+  link(elements, *handle_);
+  if (elements.empty() && form() == Form::TaskList) return deleteFile(name_);
+  require(iFlushSSIBQueue(handle_), "write " + name_.shown());
+  const Queue read(name_, Access::Locked, "read back");
+  const bool isStored =
+      std::ranges::equal(elements, read.elements, [this](const SSIB_ENTRY_LIST *written, const SSIB_ENTRY_LIST *found) {
+        return isGivenBack(form(), *written, *found);
+      });
+  if (!isStored) refuse("write " + name_.shown(), EFI_DEVICE_ERROR);
+}
+
+void release(const Elements &elements) {
+  for (SSIB_ENTRY_LIST *element : elements) releaseElement(element);
+}
+
 std::string emptyMessage(const QueueName &name) {
-  return name.shown() + " is empty, or there is no such file";
-}
-
-Elements elementsWith(const QueueName &name, std::size_t number) {
-  Elements elements = elementsOf(gSSSIB2pvt);
-  if (elements.empty()) throw Stop(Exit::NothingThere, emptyMessage(name));
-  if (elements.size() < number) {
-    throw Stop(Exit::NothingThere, name.shown() + " has only " + counted(elements.size()));
-  }
-  return elements;
-}
-
-void ReleaseEntry::operator()(SSIB_ENTRY *entry) const {
-  for (const Field &field : fields()) {
-    if (field.kind == Field::Kind::Text) std::free(entry->*field.text);
-  }
-  XML_SERVICE_PROTOCOL *xml = gSSSIB2pvt.XMLProto;
-  if (entry->Node != nullptr) xml->DeleteTree(xml, entry->Node);
-  delete entry;
-}
-
-OwnedEntry newEntry() {
-  return OwnedEntry(new SSIB_ENTRY{});
-}
-
-OwnedEntry copyOfEntry(const QueueName &name, SSIB_ENTRY_LIST &element) {
-  OwnedEntry entry = newEntry();
-  gSSSIB2pvt.ssibEntryListPtr = &element;
-  require(iPeekSSIBNextEntry(&gSSSIB2pvt, entry.get()), "read " + name.shown());
-  return entry;
+  return exists(name, "open " + name.shown()) ? name.shown() + " is empty" : "there is no " + name.shown();
 }
 
 }  // namespace tool

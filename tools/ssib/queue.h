@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
-// A queue as the commands see it: its name, its elements, copies of its entries.
+// A queue as the commands see it: its name, and its elements in the order in which they are written.
 //
 // A handle is never given back to the library here: a close writes the file, and most commands only look. What an open
 // has read stays with its handle until the process ends.
 #pragma once
 
 #include <cstddef>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -41,43 +40,8 @@ class QueueName {
   std::string shown_;
 };
 
-/**
- * Keeps the library from saying on standard error, each time a handle is set up, that there is no debug-log service.
- * Does nothing when the environment asks for diagnostics.
- */
-class QuietSetUp {
- public:
-  QuietSetUp();
-  ~QuietSetUp();
-  QuietSetUp(const QuietSetUp &) = delete;
-  QuietSetUp &operator=(const QuietSetUp &) = delete;
-
- private:
-  int standardError_ = -1;  // kept aside; -1 when nothing was done
-};
-
 /** Starts the library, once, and sets gSSSIB2pvt up. Throws Stop. */
 void startLibrary();
-
-/** Opens a queue with gSSSIB2pvt; the change lock is held. Throws Stop. */
-void openQueue(const QueueName &name);
-
-/**
- * The same without the lock. The library looks at a file twice, first for its size; one that a writer replaces in
- * between looks damaged, so a file is not refused at the first try.
- */
-void openQueueUnlocked(const QueueName &name);
-
-/** Opens a queue with a handle of its own. Throws Stop. */
-SSIB2_PRIVATE_DATA &openAside(const QueueName &name);
-
-using Elements = std::vector<SSIB_ENTRY_LIST *>;
-
-/** The elements of a handle's list, in order. They stay the list's. */
-Elements elementsOf(const SSIB2_PRIVATE_DATA &handle);
-
-/** What a queue's file holds now. Throws Stop when it cannot be read. */
-Elements storedElements(const QueueName &name);
 
 /**
  * Whether there is a file of that name. Throws Stop, "cannot ACTION", when the platform refuses to open it: that is all
@@ -85,22 +49,53 @@ Elements storedElements(const QueueName &name);
  */
 bool exists(const QueueName &name, const std::string &action);
 
-/** What to say of a queue without entries: the library does not tell an empty file from a missing one. */
-std::string emptyMessage(const QueueName &name);
+/** Throws Stop when there is no such file. */
+void requireExists(const QueueName &name, const std::string &action);
 
-/** The elements of the open queue. Throws Stop when there is no entry `number`, the first being 1. */
-Elements elementsWith(const QueueName &name, std::size_t number);
+/** Deletes the file and looks whether it is gone. Throws Stop. */
+void deleteFile(const QueueName &name);
 
-struct ReleaseEntry {
-  void operator()(SSIB_ENTRY *entry) const;
+/** The elements of a queue in the order in which they are to be written; the handle of their queue owns them. */
+using Elements = std::vector<SSIB_ENTRY_LIST *>;
+
+/** Places of elements in a queue, rising; the first is 0. */
+using Places = std::vector<std::size_t>;
+
+/** A queue that was read. */
+class Queue {
+ public:
+  enum class Access { Locked, Unlocked };
+
+  /** Reads the file; a missing one is a queue without elements. Throws Stop, "cannot ACTION NAME". */
+  explicit Queue(const QueueName &name, Access access = Access::Locked, const std::string &action = "open");
+
+  /** A queue of these elements, which become its own, whatever is in its file. Throws std::bad_alloc. */
+  Queue(const QueueName &name, Elements own);
+
+  const QueueName &name() const { return name_; }
+  Form form() const { return name_.form(); }
+
+  /** What is in the queue. Elements may be moved, put in and, once they are in no queue, released. */
+  Elements elements;
+
+  /** Takes out the elements at these places and hands them over. */
+  Elements takeOut(const Places &places);
+
+  /**
+   * Writes the elements to the file and makes sure that it gives them back; the file of a task list without any is
+   * deleted, because the form has no empty list. Throws Stop.
+   */
+  void store();
+
+ private:
+  QueueName name_;
+  SSIB2_PRIVATE_DATA *handle_;
 };
 
-/** An entry with texts and node of its own. */
-using OwnedEntry = std::unique_ptr<SSIB_ENTRY, ReleaseEntry>;
+/** Releases elements that are in no queue. */
+void release(const Elements &elements);
 
-OwnedEntry newEntry();
-
-/** A copy of an entry of the open queue, whose cursor is on it afterwards. Throws Stop. */
-OwnedEntry copyOfEntry(const QueueName &name, SSIB_ENTRY_LIST &element);
+/** What to say of a queue without entries: that it is empty, or missing. */
+std::string emptyMessage(const QueueName &name);
 
 }  // namespace tool

@@ -2,30 +2,48 @@
 // The commands that only look. They take no lock, since a queue file is replaced in one step, and never close the
 // queue, since a close writes.
 #include "commands.h"
+#include "json.h"
 #include "output.h"
 
 namespace tool {
+namespace {
 
-std::string shownEntry(const Request &request, const SSIB_ENTRY_LIST &element) {
-  const Form form = request.queue.form();
-  return request.json ? entryAsJson(form, element) : entryAsLines(form, element);
+Exit show(const Request &request, Places (*choose)(const Selection &, const Queue &)) {
+  const Queue queue(request.queue, Queue::Access::Unlocked);
+  print(shownEntries(request, queue, choose(request.selection, queue)));
+  return Exit::Done;
 }
 
-void listEntries(const Request &request) {
-  openQueueUnlocked(request.queue);
-  const Form form = request.queue.form();
-  const Elements elements = elementsOf(gSSSIB2pvt);
-  if (request.json) {
-    print(entriesAsJson(form, elements));
-  } else {
-    print(elements.empty() ? emptyMessage(request.queue) + "\n" : entriesAsTable(form, elements));
+}  // namespace
+
+std::string shownEntries(const Request &request, const Queue &queue, const Places &places) {
+  std::string out;
+  for (const std::size_t place : places) {
+    if (!out.empty() && !request.json) out += "\n";
+    out += request.json ? entryAsJson(queue, place) : entryAsLines(queue.form(), *queue.elements[place]);
   }
+  return out;
 }
 
-void showEntry(const Request &request) {
-  openQueueUnlocked(request.queue);
-  const Elements elements = elementsWith(request.queue, request.number);
-  print(shownEntry(request, *elements[request.number - 1]));
+Exit listEntries(const Request &request) {
+  const Queue queue(request.queue, Queue::Access::Unlocked);
+  if (queue.elements.empty() && request.selection.isEverything()) {
+    requireExists(request.queue, "open " + request.queue.shown());
+    print(request.json ? entriesAsJson(queue, {}) : emptyMessage(request.queue) + "\n");
+    return Exit::Done;
+  }
+  const Places places = chosenPlaces(request.selection, queue);
+  print(request.json ? entriesAsJson(queue, places) : entriesAsTable(queue, places));
+  return Exit::Done;
+}
+
+Exit showEntries(const Request &request) {
+  requireSelection(request);
+  return show(request, chosenPlaces);
+}
+
+Exit peekEntries(const Request &request) {
+  return show(request, firstPlaces);
 }
 
 }  // namespace tool

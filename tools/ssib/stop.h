@@ -9,21 +9,25 @@
 
 namespace tool {
 
-enum class Exit { Done = 0, NothingThere = 1, Usage = 2, Refused = 3 };
+enum class Exit { Done = 0, NothingThere = 1, Different = 1, Usage = 2, Refused = 3 };
 
 /** Ends the command. The message goes to a terminal as it is, so what comes from outside is in it escaped. */
 class Stop : public std::runtime_error {
  public:
-  Stop(Exit exit, const std::string &message) : std::runtime_error(message), exit_(exit) {}
+  Stop(Exit exit, const std::string &message, EFI_STATUS status = EFI_SUCCESS)
+      : std::runtime_error(message), exit_(exit), status_(status) {}
   Exit exit() const { return exit_; }
+  /** What the library or the platform refused with; EFI_SUCCESS when neither did. */
+  EFI_STATUS status() const { return status_; }
 
  private:
   Exit exit_;
+  EFI_STATUS status_;
 };
 
 /** Ends the command with "cannot ACTION: STATUS". */
 [[noreturn]] inline void refuse(const std::string &action, EFI_STATUS status) {
-  throw Stop(Exit::Refused, "cannot " + action + ": " + statusName(status));
+  throw Stop(Exit::Refused, "cannot " + action + ": " + statusName(status), status);
 }
 
 /** Ends the command unless `status` is EFI_SUCCESS; the library's own statuses of unwritten files count as failures. */

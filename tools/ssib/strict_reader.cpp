@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "host.h"
+#include "values.h"
 
 namespace tool {
 namespace {
@@ -40,7 +41,7 @@ std::span<const Identity> identityOf(Form form) {
 std::string keyOf(Form form, const StrictEntry &entry, bool isCut) {
   std::string key;
   for (const Identity &part : identityOf(form)) {
-    if (const StrictValue *value = entry.find(fieldNamed(part.field))) {
+    if (const StrictValue *value = entry.find(*findField(part.field))) {
       const bool isText = value->field->kind == Field::Kind::Text;
       key += isText ? '"' + value->text.substr(0, isCut ? part.compared : std::string::npos)
                     : std::to_string(value->number);
@@ -53,7 +54,7 @@ std::string keyOf(Form form, const StrictEntry &entry, bool isCut) {
 std::string missingTexts(Form form, const StrictEntry &entry) {
   std::string missing;
   for (const Identity &part : identityOf(form)) {
-    const Field &field = fieldNamed(part.field);
+    const Field &field = *findField(part.field);
     if (part.optional || field.kind != Field::Kind::Text || entry.find(field) != nullptr) continue;
     missing += (missing.empty() ? "" : ", ") + std::string(field.name);
   }
@@ -133,6 +134,21 @@ void StrictReading::damageAt(std::size_t offset, std::string text) {
 std::string remarkAsLine(const Remark &remark) {
   return (remark.entry == 0 ? "" : "entry " + std::to_string(remark.entry) + ", ") + "line " +
          std::to_string(remark.line) + ", byte " + std::to_string(remark.byte) + ": " + escaped(remark.text);
+}
+
+SSIB_ENTRY_LIST *elementOf(const StrictEntry &entry) {
+  SSIB_ENTRY_LIST *element = newElement();
+  for (const StrictValue &value : entry.values) {
+    element->fieldMask |= value.field->bit;
+    if (value.field->kind == Field::Kind::Number) {
+      setNumber(*value.field, element->entry, value.number);
+    } else if (value.field->kind == Field::Kind::Node) {
+      setNode(value.text, *element);
+    } else {
+      setText(*value.field, element->entry, value.text.c_str());
+    }
+  }
+  return element;
 }
 
 StrictReading readStrictly(Form form, std::string_view bytes) {

@@ -60,6 +60,9 @@ struct StrictReading {
 /** "entry 1, line 2, byte 3: what it is", safe for a terminal. */
 std::string remarkAsLine(const Remark &remark);
 
+/** The entry as an element in no list. Throws std::bad_alloc. */
+SSIB_ENTRY_LIST *elementOf(const StrictEntry &entry);
+
 /** Whether a task list that is written with this entry gives it back. */
 bool isTaskListEntry(const StrictEntry &entry);
 

@@ -240,7 +240,7 @@ class TaskListReader {
     texts_.push_back(texts);
     for (const Key &key : kKeys) {
       const std::string_view text = texts[indexOf(key)];
-      if (!text.empty()) entry.values.push_back({.field = &fieldNamed(key.field), .text = std::string(text)});
+      if (!text.empty()) entry.values.push_back({.field = findField(key.field), .text = std::string(text)});
     }
   }
 
@@ -347,7 +347,7 @@ bool isTaskListEntry(const StrictEntry &entry) {
   Texts texts;
   std::string written = "{";
   for (const Key &key : kKeys) {
-    const StrictValue *value = entry.find(fieldNamed(key.field));
+    const StrictValue *value = entry.find(*findField(key.field));
     if (value != nullptr) texts[indexOf(key)] = value->text;
     if (texts[indexOf(key)].size() > SSIB_TASK_LIST_TEXT_MAX) return false;
     written.append("\"").append(key.name).append("\" : \"").append(texts[indexOf(key)]).append("\",");

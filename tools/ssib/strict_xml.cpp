@@ -248,7 +248,7 @@ void Run::readAttribute(std::string_view name, const char *value) {
   if (attribute == std::end(kAttributes)) {
     return note("attribute " + quoted(bytesOf(name)) + " is unknown; the next write drops it", true);
   }
-  const Field &field = fieldNamed(attribute->field);
+  const Field &field = *findField(attribute->field);
   std::string text = bytesOf(value);
   if (field.kind == Field::Kind::Text) {
     entry_.values.push_back({.field = &field, .text = std::move(text)});
@@ -295,15 +295,15 @@ void Run::endCommand() {
 }
 
 void Run::endBlock() {
-  if (command_) entry_.values.push_back({.field = &fieldNamed("Cmd_Line"), .text = *command_});
+  if (command_) entry_.values.push_back({.field = findField("Cmd_Line"), .text = *command_});
   if (extra_ != kNone) {
     if (command_) note("an element beside the command line, which the next write drops", true);
     std::string node(isSingleBytes_ ? kDeclaration : "");
     node += text_.substr(extra_, place() - extra_);
-    entry_.values.push_back({.field = &fieldNamed("Node"), .text = std::move(node)});
+    entry_.values.push_back({.field = findField("Node"), .text = std::move(node)});
   }
   for (const char *always : {"Version", "Block_ID"}) {  // 0 when they are missing
-    const Field &field = fieldNamed(always);
+    const Field &field = *findField(always);
     if (entry_.find(field) == nullptr) entry_.values.push_back({.field = &field, .text = ""});
   }
   reading_.entries.push_back(std::move(entry_));

@@ -1,0 +1,225 @@
+// SPDX-License-Identifier: MIT
+// The command line: the one file that knows the option parser.
+#include "command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <map>
+#include <memory>
+#include <sstream>
+
+#include "command_table.h"
+#include "host.h"
+#include "output.h"
+#include "stop.h"
+
+namespace tool {
+namespace {
+
+// The values are whether the place is the front of a queue that was read from a file.
+const std::map<std::string, bool> kLocations = {
+    {"prepend-hi", true}, {"append-hi", true}, {"prepend-lo", false}, {"append-lo", false}};
+
+// What the command line says, as it stands there.
+struct Arguments {
+  std::string queue = plainName(SSIB_MAIN_QUEUE);
+  std::string numbers, wait, source, target, toPlace, helpOn;
+  std::string location = "append-lo";
+  std::vector<std::string> matches, unset, unlessMatch, queues;
+  GivenFields fields;
+  bool json = false, deleteFile = false, inPlace = false, dropFields = false, everything = false, yes = false;
+};
+
+std::uint32_t parseCount(const char *option, const std::string &text, std::uint32_t least, std::uint32_t largest) {
+  std::uint32_t number = 0;
+  if (parseNumber(text, largest, number) && number >= least) return number;
+  throw Stop(Exit::Usage, std::string(option) + ": " + escaped(text) + " is not a number from " +
+                              std::to_string(least) + " to " + std::to_string(largest));
+}
+
+GivenFields parseMatches(const std::vector<std::string> &texts) {
+  GivenFields matches;
+  for (const std::string &text : texts) matches.push_back(parseMatch(text));
+  return matches;
+}
+
+Request requestOf(const Command &command, const Arguments &arguments, bool isQueueNamed) {
+  Request request = {.operation = command.name,
+                     .queue = QueueName(arguments.queue),
+                     .isQueueNamed = isQueueNamed,
+                     .selection = {{}, parseMatches(arguments.matches)},
+                     .fields = arguments.fields,
+                     .unlessMatch = parseMatches(arguments.unlessMatch),
+                     .source = arguments.source,
+                     .addInFront = kLocations.at(arguments.location),
+                     .queues = arguments.queues,
+                     .json = arguments.json,
+                     .deleteFile = arguments.deleteFile,
+                     .inPlace = arguments.inPlace,
+                     .dropFields = arguments.dropFields,
+                     .everything = arguments.everything,
+                     .yes = arguments.yes};
+  if (isQueueNamed) request.queues.push_back(arguments.queue);
+  if (!arguments.numbers.empty()) request.selection.ranges = parseRanges(arguments.numbers);
+  for (const std::string &name : arguments.unset) request.unset.push_back(&requireField(name));
+  if (!arguments.target.empty()) request.target = QueueName(arguments.target);
+  if (!arguments.toPlace.empty()) request.toPlace = parseCount("--to-place", arguments.toPlace, 1, UINT32_MAX);
+  constexpr std::uint32_t kLongestWait = 4'000'000;
+  if (!arguments.wait.empty()) ChangeLock::setWait(parseCount("--wait", arguments.wait, 0, kLongestWait) * 1000);
+  return request;
+}
+
+const char *groupOf(const Field &field) {
+  if (field.storedIn(Form::Xml) && field.storedIn(Form::TaskList)) return "Fields of both forms";
+  return field.storedIn(Form::Xml) ? "Fields of an XML queue" : "Fields of a task list";
+}
+
+void declareField(CLI::App &command, const Field &field, Arguments &arguments) {
+  std::string help = field.help;
+  if (field.kind == Field::Kind::Number) help = "0.." + std::to_string(field.largest) + "; " + help;
+  command
+      .add_option_function<std::string>(
+          std::string("--") + field.option,
+          [&](const std::string &value) {
+            arguments.fields.push_back({&field, value});
+          },
+          help)
+      ->type_name(field.kind == Field::Kind::Number ? "NUMBER" : "TEXT")
+      ->group(groupOf(field));
+}
+
+void declareFields(CLI::App &command, Arguments &arguments) {
+  for (const Field &field : fields()) {
+    if (field.option != nullptr) declareField(command, field, arguments);
+  }
+}
+
+void declareList(CLI::App &command, const char *name, std::vector<std::string> &values, const char *type,
+                 const char *help) {
+  command.add_option(name, values, help)->type_name(type)->allow_extra_args(false);
+}
+
+void declareEntries(CLI::App &command, unsigned takes, Arguments &arguments) {
+  if (takes & Command::Numbers) {
+    command.add_option("NUMBERS", arguments.numbers, "entries: 3, 2-5 or 1,4-6, the first being 1")->type_name("");
+    declareList(command, "--match", arguments.matches, "FIELD=VALUE", "entries with that value; may be repeated");
+  }
+  if (takes & Command::Everything) command.add_flag("--all", arguments.everything, "every entry");
+  if (takes & Command::Fields) declareFields(command, arguments);
+  if (takes & Command::Unset) declareList(command, "--unset", arguments.unset, "FIELD", "take the field out");
+}
+
+void declareOthers(CLI::App &command, unsigned takes, Arguments &arguments) {
+  if (takes & Command::Place) {
+    command.add_option("--at", arguments.location, "priority of the entry, which decides its place")
+        ->check(CLI::IsMember(kLocations))
+        ->type_name("PLACE")
+        ->capture_default_str();
+  }
+  if (takes & Command::Source) {
+    command.add_option("--from", arguments.source, "add the entries of a JSON file, - for standard input")
+        ->type_name("FILE");
+    declareList(command, "--unless-match", arguments.unlessMatch, "FIELD=VALUE",
+                "add nothing when an entry of the queue has that value; may be repeated");
+  }
+  if (takes & Command::Target) {
+    command.add_option("--to", arguments.target, "the other queue")->type_name("QUEUE");
+    command.add_option("--to-place", arguments.toPlace, "number that the first of them gets; default: the end")
+        ->type_name("N");
+    command.add_flag("--drop-fields", arguments.dropFields, "leave out what the other form does not hold");
+  }
+  if (takes & Command::Other)
+    command.add_option("OTHER", arguments.target, "the other queue")->required()->type_name("");
+  if (takes & Command::Queues) {
+    command.add_option("QUEUE", arguments.queues, "the queues; default: all of the partition")->type_name("");
+  }
+  if (takes & Command::InPlace) command.add_flag("--in-place", arguments.inPlace, "write a sound file in its place");
+  if (takes & Command::Delete) command.add_flag("--delete", arguments.deleteFile, "then delete the queue's file");
+  if (takes & Command::Yes) command.add_flag("-y,--yes", arguments.yes, "do not ask");
+  command.add_flag("--json", arguments.json, "print JSON, messages on standard error too");
+}
+
+void declareCommand(CLI::App &app, const Command &command, Arguments &arguments) {
+  CLI::App *declared = app.add_subcommand(command.name, command.summary);
+  declared->fallthrough()->footer(
+      std::string(command.details) +
+      "\n\nSee 'ssib --help' for --queue, --wait, how entries are chosen and exit statuses.");
+  declareEntries(*declared, command.takes, arguments);
+  declareOthers(*declared, command.takes, arguments);
+}
+
+// Names that could have been meant instead of the first word that is not known.
+std::vector<std::string> knownNames(const CLI::App &app, bool isOption) {
+  std::vector<std::string> names;
+  if (isOption) {
+    for (const CLI::Option *option : app.get_options()) names.push_back(option->get_name());
+    return names;
+  }
+  for (const CLI::App *command : app.get_subcommands(nullptr)) names.push_back(command->get_name());
+  return names;
+}
+
+std::string explained(const CLI::App &app, const CLI::Error &error) {
+  const std::vector<CLI::App *> given = app.get_subcommands();
+  const CLI::App &command = given.empty() ? app : *given.front();
+  const std::vector<std::string> rest = app.remaining(true);
+  std::string what = error.what();
+  if (given.empty() && !rest.empty()) what = rest.front() + " is neither a command nor an option";
+  if (given.empty() && rest.empty() && error.get_name() == "RequiredError") what = "no command is given";
+  std::string meant;
+  if (!rest.empty()) meant = didYouMean(rest.front(), knownNames(command, rest.front().starts_with("-")));
+  return escaped(what) + meant + "\nRun 'ssib " + (given.empty() ? "" : command.get_name() + " ") + "--help' for help.";
+}
+
+void declareAll(CLI::App &app, Arguments &arguments) {
+  app.set_version_flag("-V,--version", [&app]() -> std::string {
+    if (app.get_subcommands().empty()) return "ssib " SSIB_VERSION;
+    throw Stop(Exit::Usage, "--version stands alone; the field's option is --version-number");
+  });
+  app.add_option("-q,--queue", arguments.queue, "name of the queue's file; works after the command, too")
+      ->type_name("NAME")
+      ->capture_default_str();
+  app.add_option("--wait", arguments.wait, "how long to wait for other commands; default: until they are done")
+      ->type_name("SECONDS");
+  app.footer(kFooter);
+  app.require_subcommand(1);
+  for (const Command &command : commands()) declareCommand(app, command, arguments);
+  app.add_subcommand("help", "Show this help, or that of a command")
+      ->add_option("COMMAND", arguments.helpOn, "the command")
+      ->type_name("");
+}
+
+void printHelp(const CLI::App &app, const std::string &name) {
+  for (const Command &command : commands()) {
+    if (name == command.name) return print(app.get_subcommand(name)->help(app.get_name()));
+  }
+  if (!name.empty()) {
+    throw Stop(Exit::Usage, escaped(name) + " is not a command" + didYouMean(name, knownNames(app, false)));
+  }
+  // The application's own help() is that of the command parsed, here "help".
+  print(app.get_formatter()->make_help(&app, app.get_name(), CLI::AppFormatMode::Normal));
+}
+
+}  // namespace
+
+Parsed parseCommandLine(int argc, char **argv) {
+  CLI::App app("Looks after the queues of jobs in a device's flash partition.", "ssib");
+  Arguments arguments;
+  declareAll(app, arguments);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError &error) {
+    if (error.get_exit_code() != 0) throw Stop(Exit::Usage, explained(app, error));
+    std::ostringstream asked;  // help or version
+    app.exit(error, asked);
+    print(asked.str());
+    return {};
+  }
+  const std::string name = app.get_subcommands().front()->get_name();
+  for (const Command &command : commands()) {
+    if (name == command.name) return {&command, requestOf(command, arguments, app.count("--queue") != 0)};
+  }
+  printHelp(app, arguments.helpOn);
+  return {};
+}
+
+}  // namespace tool
