@@ -80,7 +80,7 @@ Json jsonOf(const Checked &checked) {
     return object;
   }
   object["entries"] = checked.reading.entries.size();
-  object["rewriteLoses"] = checked.reading.wouldDrop;
+  object["rewriteLoses"] = checked.reading.wouldDrop();
   if (checked.reading.damage) object["damage"] = jsonOf(*checked.reading.damage);
   object["remarks"] = Json::array();
   for (const Remark &remark : checked.reading.remarks) object["remarks"].push_back(jsonOf(remark));

@@ -27,6 +27,7 @@ struct Arguments {
   std::vector<std::string> matches, unset, unlessMatch, queues;
   GivenFields fields;
   bool json = false, deleteFile = false, inPlace = false, dropFields = false, everything = false, yes = false;
+  bool force = false;
 };
 
 std::uint32_t parseCount(const char *option, const std::string &text, std::uint32_t least, std::uint32_t largest) {
@@ -57,6 +58,7 @@ Request requestOf(const Command &command, const Arguments &arguments, bool isQue
                      .inPlace = arguments.inPlace,
                      .dropFields = arguments.dropFields,
                      .everything = arguments.everything,
+                     .force = arguments.force,
                      .yes = arguments.yes};
   if (isQueueNamed) request.queues.push_back(arguments.queue);
   if (!arguments.numbers.empty()) request.selection.ranges = parseRanges(arguments.numbers);
@@ -134,6 +136,9 @@ void declareOthers(CLI::App &command, unsigned takes, Arguments &arguments) {
   }
   if (takes & Command::InPlace) command.add_flag("--in-place", arguments.inPlace, "write a sound file in its place");
   if (takes & Command::Delete) command.add_flag("--delete", arguments.deleteFile, "then delete the queue's file");
+  if (takes & Command::Force) {
+    command.add_flag("--force", arguments.force, "write although something of the file is lost");
+  }
   if (takes & Command::Yes) command.add_flag("-y,--yes", arguments.yes, "do not ask");
   command.add_flag("--json", arguments.json, "print JSON, messages on standard error too");
 }

@@ -23,6 +23,7 @@ struct Command {
     Other = 512,      // another queue
     Queues = 1024,    // any number of queues
     InPlace = 2048,   // --in-place
+    Force = 4096,     // --force
   };
 
   const char *name;

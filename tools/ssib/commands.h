@@ -34,6 +34,7 @@ struct Request {
   bool inPlace = false;
   bool dropFields = false;
   bool everything = false;
+  bool force = false;
   bool yes = false;
 };
 

@@ -112,9 +112,12 @@ const StrictValue *StrictEntry::find(const Field &field) const {
   return value == values.end() ? nullptr : &*value;
 }
 
+bool StrictReading::wouldDrop() const {
+  return damage || std::ranges::any_of(remarks, &Remark::drops);
+}
+
 void StrictReading::remark(std::size_t offset, std::string text, bool drops) {
-  remarks.push_back({.byte = offset + 1, .text = std::move(text)});
-  wouldDrop = wouldDrop || drops;
+  remarks.push_back({.byte = offset + 1, .text = std::move(text), .drops = drops});
 }
 
 void StrictReading::remarkOnNext(std::size_t offset, std::string text, bool drops) {

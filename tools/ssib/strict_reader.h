@@ -23,6 +23,7 @@ struct Remark {
   std::size_t byte = 1;   // of the file, from 1
   std::size_t line = 1;
   std::string text;        // holds bytes of the file as they are
+  bool drops = false;      // whether it is what the next write drops or changes
   bool isLeftOut = false;  // an entry that is not whole, in a damaged file
 };
 
@@ -44,7 +45,9 @@ struct StrictReading {
   std::optional<Remark> damage;
   std::vector<Remark> remarks;  // in the order of the file
   std::vector<StrictEntry> entries;
-  bool wouldDrop = false;  // whether the next write loses or changes something of the file
+
+  /** Whether the next write loses or changes something of the file. */
+  bool wouldDrop() const;
 
   // Offsets count from 0.
   /** A remark on the file. */

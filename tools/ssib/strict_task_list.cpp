@@ -218,7 +218,6 @@ class TaskListReader {
   // Reads the object at `begin`; at_ is its end, or the place where it is broken.
   Result readEntry(Position begin) {
     const std::size_t remarks = reading_.remarks.size();
-    const bool wouldDrop = reading_.wouldDrop;
     const Texts texts = readObject(begin);
     Result result = failure_.empty() ? Result::Whole : Result::Broken;
     if (result == Result::Whole && !LibraryView(text_).readsAlone(begin, at_, texts)) {
@@ -230,7 +229,6 @@ class TaskListReader {
       keep(begin, texts);
     } else {
       reading_.remarks.resize(remarks);
-      reading_.wouldDrop = wouldDrop;
     }
     return result;
   }

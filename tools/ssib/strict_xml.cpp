@@ -69,7 +69,6 @@ struct FreeParser {
 struct Mark {
   std::size_t offset = 0;  // in the text at hand
   std::size_t entries = 0, remarks = 0;
-  bool wouldDrop = false;
 };
 
 // A run of expat over a document, or over a block that stands alone.
@@ -125,7 +124,7 @@ class Run {
   }
 
   void readAttribute(std::string_view name, const char *value);
-  Mark mark() const { return {place(), reading_.entries.size(), reading_.remarks.size(), reading_.wouldDrop}; }
+  Mark mark() const { return {place(), reading_.entries.size(), reading_.remarks.size()}; }
   // Of the event at hand, in the text.
   std::size_t place() const {
     const auto index = static_cast<std::size_t>(std::max<XML_Index>(XML_GetCurrentByteIndex(parser_.get()), 0));
@@ -197,7 +196,6 @@ void Run::goBack() {
   const Mark &to = doubt_ ? *doubt_ : block_;
   reading_.entries.resize(to.entries);
   reading_.remarks.resize(to.remarks);
-  reading_.wouldDrop = to.wouldDrop;
   resume_ = doubt_ ? to.offset : to.offset + 1;
 }
 

@@ -149,7 +149,7 @@ TEST_F(Strict, SoundIsWhatTheLibraryReadsAndNothingWholeIsLost) {
       EXPECT_EQ(opened(row.form, text) == read, !reading.damage) << (reading.damage ? reading.damage->text : "");
       if (reading.damage) {
         expectSalvaged(row, text, read);
-      } else if (!reading.wouldDrop) {
+      } else if (!reading.wouldDrop()) {
         EXPECT_EQ(withoutEmptyTexts(rewritten(row.form)), withoutEmptyTexts(read));
       }
     }
