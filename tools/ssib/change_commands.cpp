@@ -11,6 +11,7 @@
 #include "commands.h"
 #include "host.h"
 #include "json.h"
+#include "open_queue.h"
 #include "output.h"
 
 namespace tool {
@@ -98,7 +99,7 @@ Exit addEntries(const Request &request) {
   const std::vector<GivenFields> entries = request.source.empty() ? entryOfOptions(request) : entriesFrom(request);
   checkMatches(request.queue.form(), request.unlessMatch);
   const ChangeLock lock;
-  Queue queue(request.queue);
+  Queue queue = openToChange(request.queue, request.force);
   requireNoMatch(request, queue);
   const std::size_t first = request.addInFront ? 0 : queue.elements.size();
   Elements added;
@@ -113,7 +114,7 @@ Exit addEntries(const Request &request) {
 // What is shown is removed only after all of it has been printed.
 Exit takeEntries(const Request &request) {
   const ChangeLock lock;
-  Queue queue(request.queue);
+  Queue queue = openToChange(request.queue, request.force);
   const Places places = firstPlaces(request.selection, queue);
   std::signal(SIGPIPE, SIG_IGN);  // a reader that is gone is an output that failed: the jobs stay
   print(shownEntries(request, queue, places));
@@ -129,7 +130,7 @@ Exit takeEntries(const Request &request) {
 Exit removeEntries(const Request &request) {
   requireSelection(request);
   const ChangeLock lock;
-  Queue queue(request.queue);
+  Queue queue = openToChange(request.queue, request.force);
   const Places places = chosenPlaces(request.selection, queue);
   if (request.everything) confirm(request, "remove " + counted(places.size()) + " of " + queue.name().shown());
   release(queue.takeOut(places));
@@ -144,7 +145,7 @@ Exit replaceEntries(const Request &request) {
   checkFields(request.queue.form(), request.fields);
   checkUnset(request.queue.form(), request.unset);
   const ChangeLock lock;
-  Queue queue(request.queue);
+  Queue queue = openToChange(request.queue, request.force);
   const Places places = chosenPlaces(request.selection, queue);
   for (const std::size_t place : places) {
     for (const Field *field : request.unset) removeField(*field, *queue.elements[place]);

@@ -24,9 +24,10 @@ struct Arguments {
   std::string queue = plainName(SSIB_MAIN_QUEUE);
   std::string numbers, wait, source, target, toPlace, helpOn;
   std::string location = "append-lo";
-  std::vector<std::string> matches, unset, unlessMatch;
+  std::vector<std::string> matches, unset, unlessMatch, queues;
   GivenFields fields;
-  bool json = false, deleteFile = false, dropFields = false, everything = false, yes = false;
+  bool json = false, deleteFile = false, inPlace = false, dropFields = false, everything = false, yes = false;
+  bool force = false;
 };
 
 std::uint32_t parseCount(const char *option, const std::string &text, std::uint32_t least, std::uint32_t largest) {
@@ -51,11 +52,15 @@ Request requestOf(const Command &command, const Arguments &arguments, bool isQue
                      .unlessMatch = parseMatches(arguments.unlessMatch),
                      .source = arguments.source,
                      .addInFront = kLocations.at(arguments.location),
+                     .queues = arguments.queues,
                      .json = arguments.json,
                      .deleteFile = arguments.deleteFile,
+                     .inPlace = arguments.inPlace,
                      .dropFields = arguments.dropFields,
                      .everything = arguments.everything,
+                     .force = arguments.force,
                      .yes = arguments.yes};
+  if (isQueueNamed) request.queues.push_back(arguments.queue);
   if (!arguments.numbers.empty()) request.selection.ranges = parseRanges(arguments.numbers);
   for (const std::string &name : arguments.unset) request.unset.push_back(&requireField(name));
   if (!arguments.target.empty()) request.target = QueueName(arguments.target);
@@ -126,7 +131,14 @@ void declareOthers(CLI::App &command, unsigned takes, Arguments &arguments) {
   }
   if (takes & Command::Other)
     command.add_option("OTHER", arguments.target, "the other queue")->required()->type_name("");
+  if (takes & Command::Queues) {
+    command.add_option("QUEUE", arguments.queues, "the queues; default: all of the partition")->type_name("");
+  }
+  if (takes & Command::InPlace) command.add_flag("--in-place", arguments.inPlace, "write a sound file in its place");
   if (takes & Command::Delete) command.add_flag("--delete", arguments.deleteFile, "then delete the queue's file");
+  if (takes & Command::Force) {
+    command.add_flag("--force", arguments.force, "write although something of the file is lost");
+  }
   if (takes & Command::Yes) command.add_flag("-y,--yes", arguments.yes, "do not ask");
   command.add_flag("--json", arguments.json, "print JSON, messages on standard error too");
 }

@@ -7,7 +7,7 @@ namespace {
 using enum Command::Takes;
 
 constexpr Command kCommands[] = {
-    {"add", Fields | Place | Source, addEntries, "Add an entry, or many from a file",
+    {"add", Fields | Place | Source | Force, addEntries, "Add an entry, or many from a file",
      "An option that is not given leaves its field out; a command line that is not given is stored empty.\n"
      "--from reads JSON, an array or one object after another, as 'list --json' prints it, and adds all entries in\n"
      "one write, or none. What an object leaves out stays out. {\"bytes\": \"c3ff\"} is a text that is not UTF-8.\n"
@@ -21,20 +21,21 @@ constexpr Command kCommands[] = {
      "Changes no queue. \"-\" stands for a field that the entry does not have, \"\" for a text without characters."},
     {"show", Numbers, showEntries, "Show entries with all their fields", "Changes no queue."},
     {"peek", Numbers, peekEntries, "Show the first entry, or the first that matches", "Changes no queue."},
-    {"take", Numbers, takeEntries, "Show the first entry, or the first that matches, and remove it",
+    {"take", Numbers | Force, takeEntries, "Show the first entry, or the first that matches, and remove it",
      "What is shown is removed only after all of it has been printed. When that fails, standard error says so."},
-    {"remove", Numbers | Everything | Yes, removeEntries, "Remove entries",
+    {"remove", Numbers | Everything | Yes | Force, removeEntries, "Remove entries",
      "With a number and --match the entry goes only if it matches: so what was looked at earlier is what goes.\n"
      "The file of a task list goes with its last entry."},
-    {"replace", Numbers | Fields | Unset | Everything, replaceEntries, "Give entries new values for the fields named",
+    {"replace", Numbers | Fields | Unset | Everything | Force, replaceEntries,
+     "Give entries new values for the fields named",
      "Fields that are not named keep their values, and the entries keep their places. An entry that is given a\n"
      "command line loses its extra content (Node)."},
-    {"move", Numbers | Target | Everything, moveEntries, "Move entries to another queue or another place",
+    {"move", Numbers | Target | Everything | Force, moveEntries, "Move entries to another queue or another place",
      "The target is written, and read back, before the entries leave their queue: when the power fails in between,\n"
      "they are in both. --drop-fields leaves out what the form of the target does not hold."},
-    {"copy", Numbers | Target | Everything, copyEntries, "Copy entries to another queue or another place",
+    {"copy", Numbers | Target | Everything | Force, copyEntries, "Copy entries to another queue or another place",
      "--drop-fields leaves out what the form of the target does not hold."},
-    {"merge", Delete, mergeQueue, "Move the entries of a queue to the end of its main queue",
+    {"merge", Delete | Force, mergeQueue, "Move the entries of a queue to the end of its main queue",
      "--queue names the queue to fold into Main.ssib or, when its name contains \"json\", into BIOS_task_list.json.\n"
      "An XML queue's file stays, empty, unless --delete is given; a task list's goes with its last entry. The main\n"
      "queue is written, and read back, first: when the power fails in between, the entries are in both, and the next\n"
@@ -43,6 +44,14 @@ constexpr Command kCommands[] = {
      "Compares the queue of --queue with OTHER. An entry is known again by all its fields or, changed, by its Job_ID.\n"
      "Of queues of two forms only the fields are compared that both store. Exit status 0: the same; 1: different."},
     {"queues", 0, listQueues, "Show the queue files of the partition", "Changes no queue."},
+    {"check", Queues, checkQueues, "Say whether queues are sound",
+     "Changes no queue. Remarks are what the next write would drop or change, jobs that firmware could never remove\n"
+     "or cannot tell apart, and other oddities.\n"
+     "Exit status 0: sound; 1: remarks, or a queue is missing; 3: damaged, or a file cannot be read."},
+    {"salvage", InPlace, salvageQueue, "Print the entries of a damaged queue that are whole",
+     "They are printed as 'add --from' takes them; standard error says where the file is damaged and what is left "
+     "out.\n"
+     "--in-place writes them in place of the damaged file, which is kept as NAME.damaged, never over an older one."},
     {"delete", Yes, deleteQueue, "Delete the queue's file",
      "--queue has to name it. A queue that has entries, or cannot be read, wants --yes or an answer on the terminal."},
 };
@@ -59,16 +68,19 @@ const char *const kFooter =
     "FIELD is an option without its dashes or a name that 'show' prints.\n\n"
     "Commands that change a queue wait for each other. Firmware does not: what has the queue open there undoes the\n"
     "change with its next write. A change writes the whole file anew and reads it back before it is called done. What\n"
-    "'list' and 'show' do not show is gone then, and so is the extra content (Node) of an entry that has a command\n"
-    "line.\n"
+    "would be lost by that, because the library does not know it or reads it as something else, is named by commands\n"
+    "that look, on standard error, and by 'ssib check'. Commands that change such a queue refuse without --force.\n"
     "Each look at a task list with UPDATE jobs sets their configuration attribute.\n\n"
     "Exit status:\n"
     "  0  done\n"
-    "  1  there was nothing to do it to: the queue is empty, or there is no such entry or file; diff: they differ\n"
+    "  1  there was nothing to do it to: the queue is empty, or there is no such entry or file; diff: they differ;\n"
+    "     check: there are remarks\n"
     "  2  wrong usage; nothing was changed\n"
-    "  3  the library or the platform refused: standard error names the operation, the file and the status\n\n"
+    "  3  the library or the platform refused: standard error names the operation, the file and the status;\n"
+    "     check: a queue is damaged, or cannot be read\n\n"
     "Statuses:\n"
-    "  EFI_INVALID_PARAMETER    open: the file is damaged, or not of the form that its name says\n"
+    "  EFI_INVALID_PARAMETER    open: the file is damaged, or not of the form that its name says: 'ssib check' says\n"
+    "                           where, 'ssib salvage' prints what is whole\n"
     "  EFI_ACCESS_DENIED        no permission, not a regular file, a file that cannot be looked at, or not a name for\n"
     "                           a file of the partition: 1 to 255 bytes without '/', not beginning with '.'\n"
     "  EFI_DEVICE_ERROR         not all could be read or written; a full disk, for example\n"

@@ -21,6 +21,9 @@ struct Command {
     Delete = 128,     // --delete
     Target = 256,     // --to, --to-place and --drop-fields
     Other = 512,      // another queue
+    Queues = 1024,    // any number of queues
+    InPlace = 2048,   // --in-place
+    Force = 4096,     // --force
   };
 
   const char *name;

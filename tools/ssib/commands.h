@@ -27,11 +27,14 @@ struct Request {
   std::string source = {};  // the file of `add --from`, "-" for standard input; empty when there is none
   bool addInFront = false;
   std::optional<QueueName> target = std::nullopt;
-  std::size_t toPlace = 0;  // the first being 1; 0 for the end
+  std::size_t toPlace = 0;               // the first being 1; 0 for the end
+  std::vector<std::string> queues = {};  // those that `check` looks at, as they were given; none for all
   bool json = false;
   bool deleteFile = false;
+  bool inPlace = false;
   bool dropFields = false;
   bool everything = false;
+  bool force = false;
   bool yes = false;
 };
 
@@ -48,6 +51,8 @@ Exit mergeQueue(const Request &request);
 Exit deleteQueue(const Request &request);
 Exit listQueues(const Request &request);
 Exit compareQueues(const Request &request);
+Exit checkQueues(const Request &request);
+Exit salvageQueue(const Request &request);
 
 /** The entries at these places as `show` prints them. */
 std::string shownEntries(const Request &request, const Queue &queue, const Places &places);

@@ -4,6 +4,7 @@
 #include <map>
 
 #include "commands.h"
+#include "open_queue.h"
 #include "output.h"
 #include "values.h"
 
@@ -108,7 +109,7 @@ Record asRecord(const Difference &difference) {
 
 Exit compareQueues(const Request &request) {
   for (const QueueName &name : {request.queue, *request.target}) requireExists(name, "open " + name.shown());
-  const Queue first(request.queue, Queue::Access::Unlocked), second(*request.target, Queue::Access::Unlocked);
+  const Queue first = openToLook(request.queue), second = openToLook(*request.target);
   std::string lines;
   std::vector<Record> records;
   const std::vector<Difference> differences = differencesOf(first, second);

@@ -106,7 +106,8 @@ std::vector<HostFile> partitionFiles() {
     const std::filesystem::directory_entry &entry = *directory;
     const std::string name = entry.path().filename();
     std::error_code gone;  // by another process, in the meantime
-    if (name.front() == '.' || !entry.is_regular_file(gone) || entry.is_symlink(gone)) continue;
+    if (name.front() == '.' || name.ends_with(kPutAside)) continue;
+    if (!entry.is_regular_file(gone) || entry.is_symlink(gone)) continue;
     const std::uintmax_t bytes = entry.file_size(gone);
     if (!gone) files.push_back({name, static_cast<std::size_t>(bytes)});
   }

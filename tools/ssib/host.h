@@ -29,6 +29,9 @@ struct HostFile {
   std::size_t bytes;
 };
 
+/** What is added to the name of a damaged file that is put aside: it is no queue any more. */
+inline constexpr const char *kPutAside = ".damaged";
+
 /** The regular files of the partition that may be queues, by name. Throws Stop. */
 std::vector<HostFile> partitionFiles();
 

@@ -7,6 +7,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <cwchar>
+#include <new>
+#include <utility>
 
 #include "host.h"
 #include "stop.h"
@@ -89,6 +93,13 @@ Form QueueName::form() const {
   return wide_.find(SSIB_TASK_LIST_MARK) != std::wstring::npos ? Form::TaskList : Form::Xml;
 }
 
+QueueName QueueName::with(const char *suffix) const {
+  QueueName longer = *this;
+  longer.wide_.append(suffix, suffix + std::strlen(suffix));
+  longer.shown_ += suffix;
+  return longer;
+}
+
 QueueName QueueName::mainQueue() const {
   return QueueName(plainName(form() == Form::TaskList ? SSIB_MAIN_TASK_LIST : SSIB_MAIN_QUEUE));
 }
@@ -130,6 +141,13 @@ Queue::Queue(const QueueName &name, Access access, const std::string &action) : 
   }
   require(status, action + " " + name.shown());
   elements = listOf(*handle_);
+}
+
+Queue::Queue(const QueueName &name, Elements own) : elements(std::move(own)), name_(name), handle_(&newHandle(name)) {
+  link(elements, *handle_);
+  handle_->mode = static_cast<std::uint8_t>(form());
+  handle_->ssibFileName = wcsdup(name.wide());
+  if (handle_->ssibFileName == nullptr) throw std::bad_alloc();
 }
 
 Elements Queue::takeOut(const Places &places) {

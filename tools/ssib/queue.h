@@ -29,6 +29,8 @@ class QueueName {
   const wchar_t *wide() const { return wide_.c_str(); }
   const std::string &shown() const { return shown_; }
   Form form() const;
+  /** This name with something at its end. */
+  QueueName with(const char *suffix) const;
   /** The main queue of this queue's form. */
   QueueName mainQueue() const;
   bool operator==(const QueueName &other) const { return wide_ == other.wide_; }
@@ -66,6 +68,9 @@ class Queue {
 
   /** Reads the file; a missing one is a queue without elements. Throws Stop, "cannot ACTION NAME". */
   explicit Queue(const QueueName &name, Access access = Access::Locked, const std::string &action = "open");
+
+  /** A queue of these elements, which become its own, whatever is in its file. Throws std::bad_alloc. */
+  Queue(const QueueName &name, Elements own);
 
   const QueueName &name() const { return name_; }
   Form form() const { return name_.form(); }

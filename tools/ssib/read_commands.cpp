@@ -3,13 +3,14 @@
 // queue, since a close writes.
 #include "commands.h"
 #include "json.h"
+#include "open_queue.h"
 #include "output.h"
 
 namespace tool {
 namespace {
 
 Exit show(const Request &request, Places (*choose)(const Selection &, const Queue &)) {
-  const Queue queue(request.queue, Queue::Access::Unlocked);
+  const Queue queue = openToLook(request.queue);
   print(shownEntries(request, queue, choose(request.selection, queue)));
   return Exit::Done;
 }
@@ -26,7 +27,7 @@ std::string shownEntries(const Request &request, const Queue &queue, const Place
 }
 
 Exit listEntries(const Request &request) {
-  const Queue queue(request.queue, Queue::Access::Unlocked);
+  const Queue queue = openToLook(request.queue);
   if (queue.elements.empty() && request.selection.isEverything()) {
     requireExists(request.queue, "open " + request.queue.shown());
     print(request.json ? entriesAsJson(queue, {}) : emptyMessage(request.queue) + "\n");

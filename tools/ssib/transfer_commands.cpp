@@ -6,6 +6,7 @@
 
 #include "commands.h"
 #include "host.h"
+#include "open_queue.h"
 #include "output.h"
 #include "values.h"
 
@@ -96,9 +97,9 @@ void changeSource(const QueueName &target, Change change) {
 }
 
 std::size_t transferBetween(const Request &request, const QueueName &to, bool isMove) {
-  Queue source(request.queue);
+  Queue source = isMove ? openToChange(request.queue, request.force) : openToLook(request.queue);
   const Places places = chosenPlaces(request.selection, source);
-  Queue target(to);
+  Queue target = openToChange(to, request.force);
   const std::size_t place = placeIn(to, target.elements.size(), request.toPlace);
   if (source.form() != target.form()) convertAll(request, target.form(), source, places);
   const Elements carried = source.takeOut(places);
@@ -110,7 +111,7 @@ std::size_t transferBetween(const Request &request, const QueueName &to, bool is
 }
 
 std::size_t transferWithin(const Request &request, bool isMove) {
-  Queue queue(request.queue);
+  Queue queue = openToChange(request.queue, request.force);
   const Places places = chosenPlaces(request.selection, queue);
   Queue copies(request.queue);
   const std::size_t others = queue.elements.size() - (isMove ? places.size() : 0);
@@ -156,7 +157,7 @@ Exit mergeQueue(const Request &request) {
   }
   const ChangeLock lock;
   requireExists(name, "open " + name.shown());
-  Queue source(name), target(main);
+  Queue source = openToChange(name, request.force), target = openToChange(main, request.force);
   const Elements carried = std::move(source.elements);
   source.elements.clear();
   warnOfRepeats(target, carried, name);

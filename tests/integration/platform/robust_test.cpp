@@ -240,12 +240,13 @@ TEST_F(RobustTool, OneFailedCallIsRefusedOrHarmless) {
                                                {"delete -q Sub.ssib --yes", LosesSub | DeletesSub},
                                                {"merge -q Sub.ssib --delete", DeletesSub}};
   for (const auto &[command, does] : rows) {
-    for (int i = 0; i < 48; ++i) {
+    for (int i = 0; i < 64; ++i) {
       const string given = (i % 2 == 0 ? "openat " : "fstatat ") + std::to_string(i / 2 + 1) + " 5";
       SCOPED_TRACE(string(command) + ": " + given);
       fs::create_directories(partition);
       for (const string name : {"Main", "Sub"})
-        fill(partition / (name + ".ssib"), "<X><Y TASK_NAME=\"" + name + "\"><CMD_LINE>c</CMD_LINE></Y></X>");
+        fill(partition / (name + ".ssib"), "<SSIB_INFO><SSIB_BLOCK TASK_NAME=\"" + name +
+                                               "\"><CMD_LINE>c</CMD_LINE></SSIB_BLOCK></SSIB_INFO>");
       const auto [output, status] = run("VYX_FAULT='" + given + "' " SSIB_FAULTY " " + command);
       EXPECT_TRUE(status == 0 || status == 3) << status << output;
       const string sub = contentsOf(partition / "Sub.ssib"), all = contentsOf(queue) + sub;

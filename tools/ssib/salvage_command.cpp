@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: MIT
+// salvage: the entries of a file that are whole, as `add --from` takes them, or written in place of the damaged file,
+// which stays beside it. It is put aside before the new one is written: after a power cut the same command goes on.
+#include <algorithm>
+#include <cstdio>
+#include <numeric>
+
+#include "commands.h"
+#include "host.h"
+#include "json.h"
+#include "output.h"
+#include "queue_file.h"
+#include "strict_reader.h"
+
+namespace tool {
+namespace {
+
+std::string bytesToSalvage(const QueueName &name) {
+  std::optional<std::string> bytes = storedBytes(name);
+  if (!bytes) throw Stop(Exit::NothingThere, "there is no " + name.shown());
+  return *std::move(bytes);
+}
+
+// What is left out goes to standard error: the output is for other programs.
+void sayWhatIsMissing(const QueueName &name, const StrictReading &reading) {
+  if (!reading.damage) return;
+  std::string lines = "ssib: " + name.shown() + " is damaged: " + remarkAsLine(*reading.damage) + "\n";
+  for (const Remark &remark : reading.remarks) {
+    if (remark.isLeftOut) lines += "ssib: " + remarkAsLine(remark) + "\n";
+  }
+  std::fputs(lines.c_str(), stderr);
+}
+
+Exit printWhole(const QueueName &name) {
+  const StrictReading reading = readStrictly(name.form(), bytesToSalvage(name));
+  sayWhatIsMissing(name, reading);
+  Elements elements;
+  for (const StrictEntry &entry : reading.entries) elements.push_back(elementOf(entry));
+  const Queue queue(name, std::move(elements));
+  Places all(queue.elements.size());
+  std::iota(all.begin(), all.end(), std::size_t{0});
+  print(entriesAsJson(queue, all));
+  return Exit::Done;
+}
+
+// An element that a file of the form gives back; none for an entry that it cannot hold. Says what is left out.
+SSIB_ENTRY_LIST *storable(Form form, const StrictEntry &entry, std::size_t number) {
+  const auto say = [&](const char *what) { std::fprintf(stderr, "ssib: entry %zu: left out: %s\n", number, what); };
+  if (form == Form::TaskList && !isTaskListEntry(entry)) {
+    say("a value that a task list does not give back");
+    return nullptr;
+  }
+  SSIB_ENTRY_LIST *element = elementOf(entry);
+  const char *command = element->entry.Cmd_Line;
+  if (command != nullptr && element->entry.Node != nullptr) {
+    say("its Node, beside which it has a command line");
+    removeField(*findField("Node"), *element);
+  }
+  // A pair of quotes around the whole is not written.
+  if (command != nullptr && *command == '"') {
+    setText(*findField("Cmd_Line"), element->entry, ('"' + std::string(command) + '"').c_str());
+  }
+  return element;
+}
+
+void putAside(const QueueName &name, const QueueName &aside, const std::string &bytes) {
+  const std::optional<std::string> there = storedBytes(aside);
+  if (there == bytes) return;
+  if (there) {
+    throw Stop(Exit::Refused, "cannot salvage " + name.shown() + ": " + aside.shown() +
+                                  " is an earlier damaged file; move it away first");
+  }
+  storeBytes(aside, bytes);
+}
+
+Exit salvageInPlace(const Request &request) {
+  const QueueName &name = request.queue;
+  const QueueName aside = name.with(kPutAside);
+  const ChangeLock lock;
+  const std::string bytes = bytesToSalvage(name);
+  const StrictReading reading = readStrictly(name.form(), bytes);
+  if (!reading.damage) throw Stop(Exit::NothingThere, name.shown() + " is not damaged, and stays as it is");
+  putAside(name, aside, bytes);
+  sayWhatIsMissing(name, reading);
+  Elements elements;
+  for (const StrictEntry &entry : reading.entries) {
+    elements.push_back(storable(name.form(), entry, elements.size() + 1));
+  }
+  std::erase(elements, nullptr);
+  Queue queue(name, std::move(elements));
+  queue.store();
+  const std::size_t entries = queue.elements.size();
+  report(request, "salvaged " + counted(entries) + " of " + name.shown() + "; the damaged file is " + aside.shown(),
+         {{"entries", entries}, {"damaged", aside.shown()}});
+  return Exit::Done;
+}
+
+}  // namespace
+
+Exit salvageQueue(const Request &request) {
+  return request.inPlace ? salvageInPlace(request) : printWhole(request.queue);
+}
+
+}  // namespace tool
