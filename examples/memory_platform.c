@@ -44,7 +44,7 @@ static struct file *find(const wchar_t *name) {
   return NULL;
 }
 
-/* A client has chosen the name: on a real file system one with a '/' or a leading dot could lead out of the partition. */
+/* A client has chosen the name: on a real file system one with a '/' or a leading dot leads out of the partition. */
 static int is_name(const wchar_t *name) {
   return *name != L'\0' && *name != L'.' && wcschr(name, L'/') == NULL && wcslen(name) < MAX_NAME;
 }

@@ -68,7 +68,7 @@ void print(std::uint32_t level, const char *tag, const wchar_t *wideFormat, ...)
 
 DEBUG_LOG_PROTOCOL debugLog = {{}, print};
 
-// ---- The XML service: the stand-in's, behind a record of the calls.
+// ---- The XML service: the stand-in's, with a record of the calls.
 
 template <typename... Values>
 EFI_STATUS ask(const std::string &call,

@@ -49,7 +49,7 @@ static void add_attribute(XML_NODE *node, const char *name, const char *value) {
 
 static int is(const XML_STRING *string, const char *text) {
   if (string == NULL || string->text == NULL) return *text == '\0';
-  return string->flags == 1 && strcmp(string->text, text) == 0;
+  return strcmp(string->text, text) == 0;
 }
 
 static XML_NODE *parsed(const char *document) {
@@ -79,7 +79,7 @@ static void delete_tree(XML_NODE *node) {
 
 static void created_nodes(void) {
   XML_NODE *node = new_node("name", NULL);
-  expect(is(node->name, "name"), "CreateNode keeps the caller's text instead of a copy, or not the flags");
+  expect(is(node->name, "name"), "CreateNode keeps the caller's text instead of a copy");
   expect(node->value == NULL && node->attributes == NULL && node->firstChild == NULL && node->nextSibling == NULL,
          "CreateNode gives a node that is not empty");
   free(node->name->text); /* one heap: either side frees what the other has made */
@@ -92,7 +92,7 @@ static void parsed_trees(void) {
   if (root == NULL) fail("ParseImage refuses a plain document");
   const XML_ATTRIBUTE *x = root->attributes, *y = x != NULL ? x->next : NULL;
   expect(y != NULL && is(x->name, "x") && is(x->value, "1") && is(y->name, "y") && is(y->value, "2") && y->next == NULL,
-         "attributes are not in the order of the document, or their flags are not 1");
+         "attributes are not in the order of the document");
   const XML_NODE *b = root->firstChild, *c = b != NULL ? b->nextSibling : NULL, *d = c != NULL ? c->nextSibling : NULL;
   if (d == NULL || d->nextSibling != NULL) fail("children are not all there, linked by nextSibling");
   expect(is(b->name, "b") && is(c->name, "c") && is(d->name, "d"), "children are not in the order of the document");

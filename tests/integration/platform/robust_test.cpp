@@ -184,7 +184,7 @@ TEST_F(Robust, DirectoriesAreSynchronisedBeforeAFirstFileWhoeverMadeThem) {
   }
 }
 
-TEST_F(Robust, ALinkIsNoPartition) {
+TEST_F(Robust, ALinkIsRefusedAsAPartition) {
   fs::create_directories(root);
   fs::create_directory_symlink(base, partition);
   fill(queue, "old");
