@@ -8,7 +8,7 @@ SETUP := @scripts/setup $(PRESET)
 CONFIGURE := @[ -e $(BUILD)/build.ninja ] || cmake --preset $(PRESET)
 COMPILE := @cmake --build --preset $(PRESET)
 
-.PHONY: build demo test bench fuzz coverage format lint install clean
+.PHONY: build demo test bench fuzz coverage docs format lint install clean
 
 build:
 	$(SETUP)
@@ -38,6 +38,10 @@ fuzz:
 
 coverage:
 	@scripts/coverage $(PRESET)
+
+docs:
+	@scripts/setup host docs
+	@scripts/docs
 
 format:
 	@scripts/setup host lint
