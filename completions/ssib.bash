@@ -3,20 +3,22 @@
 # check' for queues and numbers of entries, because that reads a queue without any other effect. Names of queues are
 # never evaluated. Where something fails there is nothing to complete, and no message.
 
+_ssib_ask() { "$tool" "$@" </dev/null 2>/dev/null; }
+
 # The options of the tool, or of a command, one a line with the type of its value.
 _ssib_options() {
-  "$tool" "$@" --help 2>/dev/null |
+  _ssib_ask "$@" --help |
     sed -nE 's/^  (-[a-zA-Z],)?(--[a-z-]+)( ([A-Z]+:\{[^}]*\}|FIELD=VALUE|[A-Z]+).*)?( .*)?$/\1\2 \4/p' |
     sed -E 's/^(-.),(--[^ ]*)( .*)$/\1\3\n\2\3/'
 }
 
-_ssib_commands() { "$tool" --help 2>/dev/null | sed -nE '/^Subcommands:/,/^$/s/^  ([a-z]+).*/\1/p'; }
+_ssib_commands() { _ssib_ask --help | sed -nE '/^Subcommands:/,/^$/s/^  ([a-z]+).*/\1/p'; }
 
 _ssib_fields() { _ssib_options replace | sed -nE "s/^--(.*) (TEXT|NUMBER)$/\1$1/p"; }
 
 _ssib_queues() {
   local name
-  "$tool" check --json 2>/dev/null | sed -nE '/^    "queue": "(.*)",$/{s//\1/; s/\\"/"/g; p}' | while IFS= read -r name; do
+  _ssib_ask check --json | sed -nE '/^    "queue": "(.*)",$/{s//\1/; s/\\"/"/g; p}' | while IFS= read -r name; do
     printf '%b\n' "$name"  # resolves what else JSON escapes
   done
 }
@@ -24,7 +26,7 @@ _ssib_queues() {
 # Numbers of the queue's entries, in place of the last one of a list as "1,4-6".
 _ssib_numbers() {
   local last i before=${word%"${word##*[,-]}"}
-  last=$("$tool" "${queue[@]}" check --json 2>/dev/null | sed -nE 's/^    "entries": ([0-9]+),$/\1/p')
+  last=$(_ssib_ask "${queue[@]}" check --json | sed -nE 's/^    "entries": ([0-9]+),$/\1/p')
   for ((i = 1; i <= last; ++i)); do echo "$before$i"; done
 }
 
@@ -37,7 +39,7 @@ _ssib_values() {
     NAME | QUEUE | OTHER) _ssib_queues ;;
     NUMBERS) _ssib_numbers ;;
     COMMAND) _ssib_commands ;;
-    FILE | PATH) compgen -f -- "$word" ;;
+    FILE | PATH) compgen -f -- "$word"; compgen -d -S / -- "$word" ;;
   esac
 }
 
@@ -51,7 +53,7 @@ _ssib_candidates() {
   case $word,$command in
     -*) sed 's/ .*//' <<<"$options" | sort -u ;;
     *,) _ssib_commands ;;
-    *) _ssib_values "$("$tool" "$command" --help 2>/dev/null | sed -nE 's/^Usage: .* \[?([A-Z]+)[].]*$/\1/p')" ;;
+    *) _ssib_values "$(_ssib_ask "$command" --help | sed -nE 's/^Usage: .* \[?([A-Z]+)[].]*$/\1/p')" ;;
   esac
 }
 
