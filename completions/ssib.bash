@@ -26,7 +26,7 @@ _ssib_queues() {
 # Numbers of the queue's entries, in place of the last one of a list as "1,4-6".
 _ssib_numbers() {
   local last i before=${word%"${word##*[,-]}"}
-  last=$(_ssib_ask "${queue[@]}" check --json | sed -nE 's/^    "entries": ([0-9]+),$/\1/p')
+  last=$(_ssib_ask "${queue[@]}" check --json | sed -nE '/^    "entries": ([0-9]+),$/{s//\1/; p; q}')
   for ((i = 1; i <= last; ++i)); do echo "$before$i"; done
 }
 
@@ -38,7 +38,7 @@ _ssib_values() {
     FIELD=VALUE) _ssib_fields = ;;
     NAME | QUEUE | OTHER) _ssib_queues ;;
     NUMBERS) _ssib_numbers ;;
-    COMMAND) _ssib_commands ;;
+    COMMAND) if [[ $command == run ]]; then echo --; else _ssib_commands; fi ;;
     FILE | PATH) compgen -f -- "$word"; compgen -d -S / -- "$word" ;;
   esac
 }
@@ -57,10 +57,20 @@ _ssib_candidates() {
   esac
 }
 
+# The command that 'run' hands its jobs to, from that word on.
+_ssib_handler() {
+  if declare -F _command_offset >/dev/null; then
+    _command_offset "$1"
+  else
+    mapfile -t COMPREPLY < <(compgen "$([[ $1 -eq $COMP_CWORD ]] && echo -c || echo -f)" -- "$word")
+  fi
+}
+
 _ssib() {
   local tool=$1 word=${COMP_WORDS[COMP_CWORD]} previous='' command='' queue=(-q Main.ssib) i candidate
   for ((i = 1; i < COMP_CWORD; ++i)); do
     [[ ${COMP_WORDS[i]} != = ]] || continue  # --queue=NAME comes as three words
+    [[ ${COMP_WORDS[i]} != -- || $command != run ]] || { _ssib_handler $((i + 1)); return; }
     case $previous in
       -q | --queue | -f | --file) queue=("$previous" "${COMP_WORDS[i]//[\\\"\']/}") ;;
       --wait) ;;
