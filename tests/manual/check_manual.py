@@ -42,7 +42,8 @@ def check_help():
     for title, in_help, section, in_manual in (
             ("Subcommands", r"^  (\w+)", "COMMANDS", r"\bIc (\w+)"),
             ("Exit status", r"^  (\d) ", "EXIT STATUS", r"^\.It (\d)$"),
-            ("Environment", r"^  (\w+)", "ENVIRONMENT", r"^\.It Ev (\w+)"), ("Statuses", status, "DIAGNOSTICS", status)):
+            ("Environment", r"^  (\w+)", "ENVIRONMENT", r"^\.It Ev (\w+)"),
+            ("Statuses", status, "DIAGNOSTICS", status)):
         block = re.search(r"^%s:\n((?:.+\n)*)" % title, text, re.M)[1]
         same(section, re.findall(in_help, block, re.M), re.findall(in_manual, sections[section], re.M))
     for command, known in {"": common, **commands}.items():
