@@ -51,6 +51,7 @@ Request requestOf(const Command &command, const Arguments &arguments, bool isQue
   Request request = {.operation = command.name,
                      .queue = arguments.file.empty() ? QueueName(arguments.queue) : QueueName::ofFile(arguments.file),
                      .isQueueNamed = isQueueNamed,
+                     .isFileNamed = !arguments.file.empty(),
                      .selection = {{}, parseMatches(arguments.matches)},
                      .fields = arguments.fields,
                      .unlessMatch = parseMatches(arguments.unlessMatch),

@@ -20,6 +20,7 @@ struct Request {
   std::string operation;  // the command's name
   QueueName queue;
   bool isQueueNamed = false;
+  bool isFileNamed = false;  // by its path
   Selection selection;
   GivenFields fields = {};
   std::vector<const Field *> unset = {};

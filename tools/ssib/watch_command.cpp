@@ -21,7 +21,7 @@ std::string fieldsInLine(const Queue &queue, std::size_t place) {
   std::string out;
   for (const Field &field : fields()) {
     const Value value = valueOf(queue.form(), field, *queue.elements[place]);
-    if (!value || value->empty() || *value == "0") continue;
+    if (!value || *value == (field.kind == Field::Kind::Number ? "0" : "")) continue;
     out += (out.empty() ? "" : ", ") + std::string(field.name) + ": " + escaped(*value);
   }
   return out;
@@ -47,14 +47,18 @@ void sayDifferences(const Request &request, const Queue &before, const Queue &no
 }
 
 // The queue as one write left it; none when it cannot be read.
-std::optional<Queue> readNow(const Request &request, bool isComplaining) {
+std::optional<Queue> readNow(const Request &request) {
+  static std::string problem;  // the last one, which is said once
   try {
     for (int again = 10;; --again) {
       Queue queue(request.queue, Queue::Access::Unlocked);
-      if (queue.isCurrent() || again == 0) return queue;
+      if (!queue.isCurrent() && again > 0) continue;
+      problem.clear();
+      return queue;
     }
   } catch (const Stop &stop) {
-    if (isComplaining) complain(&request, request.json, stop);
+    if (problem != stop.what()) complain(&request, request.json, stop);
+    problem = stop.what();
     return std::nullopt;
   }
 }
@@ -68,7 +72,7 @@ void look(const Request &request, std::size_t writes, std::optional<Queue> &last
                                                       "only in between is not shown"));
   }
   if (!isNew) return;
-  std::optional<Queue> now = readNow(request, writes > 0);
+  std::optional<Queue> now = readNow(request);
   if (!now) return;
   sayDifferences(request, *last, *now);
   last = std::move(now);
