@@ -74,8 +74,10 @@ Place::Place(std::string directory) : directory_(std::move(directory)) {
 }
 
 Place::~Place() {
+  if (isPartition()) return;
   std::error_code error;
-  if (!isPartition()) fs::remove_all(root_, error);
+  fs::remove_all(root_, error);
+  if (error) fs::remove_all(root_, error);  // a lack of descriptors, for example, may be over
 }
 
 std::shared_ptr<const Place> Place::of(const std::string &path, std::string &name) {
