@@ -1,5 +1,6 @@
 # Thin wrappers over the CMake presets and scripts/. Each command sets up what it lacks on a fresh Debian machine.
 #   make COMMAND [PRESET=i686|i686-asan|armhf|host|host-asan]
+#   make install [PREFIX=/usr/local] [DESTDIR=] [STRIP=1]
 
 PRESET ?= i686
 FUZZ_SECONDS ?= 60
@@ -48,7 +49,7 @@ lint:
 	@scripts/lint
 
 install: build
-	cmake --install $(BUILD)
+	@cmake --install $(BUILD) $(if $(PREFIX),--prefix $(PREFIX)) $(if $(STRIP),--strip)
 
 clean:
 	rm -rf build
