@@ -88,7 +88,8 @@ void store(const std::string &root, const std::string &path, json values) {
 // Without the lock, of two processes that set different attributes one could write back what it read before the other.
 void setAttribute(const char *name, int kind, int value) {
   const json wanted = json::array({kind, value});
-  const std::string root = rootPath(), path = root + '/' + kFileName;
+  const std::string root = rootPath() + "/.";  // the root itself may be a symbolic link
+  const std::string path = root + '/' + kFileName;
   if (hasValue(path, name, wanted)) return;
   const Lock lock(root, kPatience);
   if (hasValue(path, name, wanted)) return;
