@@ -9,7 +9,7 @@ SETUP := @scripts/setup $(PRESET)
 CONFIGURE := @[ -e $(BUILD)/build.ninja ] || cmake --preset $(PRESET)
 COMPILE := @cmake --build --preset $(PRESET)
 
-.PHONY: build demo test bench fuzz coverage format lint install clean
+.PHONY: build demo test bench fuzz coverage abi format lint install clean
 
 build:
 	$(SETUP)
@@ -39,6 +39,15 @@ fuzz:
 
 coverage:
 	@scripts/coverage $(PRESET)
+
+abi:
+	@scripts/setup i686 abi
+	@scripts/setup armhf abi
+	@for preset in i686 armhf; do \
+	  { [ -e build/$$preset/build.ninja ] || cmake --preset $$preset; } && \
+	  cmake --build --preset $$preset --target VyxSSIBBackend VyxHostPlatform || exit; \
+	done
+	@scripts/abi
 
 format:
 	@scripts/setup host lint
