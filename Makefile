@@ -9,7 +9,7 @@ SETUP := @scripts/setup $(PRESET)
 CONFIGURE := @[ -e $(BUILD)/build.ninja ] || cmake --preset $(PRESET)
 COMPILE := @cmake --build --preset $(PRESET)
 
-.PHONY: build demo test bench fuzz coverage abi format lint install clean
+.PHONY: build demo test bench fuzz coverage abi dist format lint install clean
 
 build:
 	$(SETUP)
@@ -48,6 +48,9 @@ abi:
 	  cmake --build --preset $$preset --target VyxSSIBBackend VyxHostPlatform || exit; \
 	done
 	@scripts/abi
+
+dist:
+	@scripts/dist
 
 format:
 	@scripts/setup host lint
