@@ -9,7 +9,7 @@ SETUP := @scripts/setup $(PRESET)
 CONFIGURE := @[ -e $(BUILD)/build.ninja ] || cmake --preset $(PRESET)
 COMPILE := @cmake --build --preset $(PRESET)
 
-.PHONY: build demo test bench fuzz coverage abi dist format lint install clean
+.PHONY: build demo test bench fuzz coverage abi dist packages format lint install clean
 
 build:
 	$(SETUP)
@@ -50,7 +50,12 @@ abi:
 	@scripts/abi
 
 dist:
+	@scripts/setup host dist
 	@scripts/dist
+
+packages:
+	@scripts/setup host test packages
+	@scripts/packages
 
 format:
 	@scripts/setup host lint
