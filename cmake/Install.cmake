@@ -3,7 +3,7 @@
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VyxSSIBBackend)
-foreach(library VyxSSIBBackend VyxHostPlatform)
+foreach(library VyxSSIBBackend VyxHostPlatform VyxXmlService)
   install(EXPORT ${library}Targets NAMESPACE Vyx:: DESTINATION ${package_dir})
 endforeach()
 configure_package_config_file(cmake/VyxSSIBBackendConfig.cmake.in ${CMAKE_BINARY_DIR}/VyxSSIBBackendConfig.cmake
@@ -14,7 +14,7 @@ install(FILES ${CMAKE_BINARY_DIR}/VyxSSIBBackendConfig.cmake ${CMAKE_BINARY_DIR}
 
 file(RELATIVE_PATH VYXSSIB_PC_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" VYXSSIB_PC_PREFIX ${VYXSSIB_PC_PREFIX})
-foreach(module vyxssibbackend vyxhostplatform)
+foreach(module vyxssibbackend vyxhostplatform vyxxmlservice)
   configure_file(cmake/${module}.pc.in ${CMAKE_BINARY_DIR}/${module}.pc @ONLY)
   install(FILES ${CMAKE_BINARY_DIR}/${module}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()

@@ -63,7 +63,7 @@ static int run_all(SSIB2_PRIVATE_DATA *queue, unsigned *done) {
 
 static int consume(SSIB2_PRIVATE_DATA *queue, unsigned *done) {
   /* A queue that nobody has written yet opens as an empty one: no error. */
-  if (failed("open the queue", iOpenSSIB(queue, L"Main.ssib"))) return 1;
+  if (failed("open the queue", iOpenSSIB(queue, SSIB_MAIN_QUEUE))) return 1;
   const int stopped = run_all(queue, done);
   return failed("close the queue", iCloseSSIB(queue)) || stopped;
 }

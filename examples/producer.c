@@ -47,7 +47,7 @@ static int add_jobs(SSIB2_PRIVATE_DATA *queue) {
  * are still in memory and something can be done about it.
  */
 static int queue_jobs(SSIB2_PRIVATE_DATA *queue) {
-  if (failed("open the queue", iOpenSSIB(queue, L"Main.ssib"))) return 1;
+  if (failed("open the queue", iOpenSSIB(queue, SSIB_MAIN_QUEUE))) return 1;
   const int lost = add_jobs(queue) || failed("write the queue", iFlushSSIBQueue(queue));
   return failed("close the queue", iCloseSSIB(queue)) || lost;
 }

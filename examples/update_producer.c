@@ -45,7 +45,7 @@ static EFI_STATUS renew_or_add(SSIB2_PRIVATE_DATA *queue, SSIB_ENTRY *job, int *
  * EFI_INVALID_PARAMETER and leaves the damaged file alone, because an empty task list is never written.
  */
 static int open_task_list(SSIB2_PRIVATE_DATA *queue) {
-  const EFI_STATUS status = iOpenSSIB(queue, L"BIOS_task_list.json");
+  const EFI_STATUS status = iOpenSSIB(queue, SSIB_MAIN_TASK_LIST);
   if (status != EFI_SUCCESS && queue->openCount != 0) iCloseSSIB(queue);
   return failed("open the task list", status);
 }

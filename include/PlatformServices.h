@@ -103,7 +103,7 @@ EFI_STATUS getProtocolInstanceByGuid(const EFI_GUID *guid, uint32_t *count, void
  * When reading, only EFI_ACCESS_DENIED keeps an existing file safe. Every other status without a stream is taken as "no
  * such file": the queue opens as an empty one, and the next flush or last close of an XML queue, or of a task list to
  * which something was added, overwrites the file. So the status for a file that exists or may exist, but cannot be
- * opened (refused, damaged, a device or memory that fails, a partition that is not there yet), is EFI_ACCESS_DENIED.
+ * opened (refused, damaged, a device or memory that fails, a partition that is not mounted yet), is EFI_ACCESS_DENIED.
  *
  * @param partition  the partition's name
  * @param fileName   the file's name inside the partition

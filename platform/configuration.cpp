@@ -70,8 +70,7 @@ void refresh(const std::string &path) {
   cache = {path, identity, parse(readAll(file))};
 }
 
-bool hasValue(const std::string &path, const char *name, const json &wanted) {
-  refresh(path);
+bool isCached(const char *name, const json &wanted) {
   const auto found = cache.values.find(name);
   return found != cache.values.end() && *found == wanted;
 }
@@ -90,9 +89,11 @@ void setAttribute(const char *name, int kind, int value) {
   const json wanted = json::array({kind, value});
   const std::string root = rootPath() + "/.";  // the root itself may be a symbolic link
   const std::string path = root + '/' + kFileName;
-  if (hasValue(path, name, wanted)) return;
+  refresh(path);
+  if (isCached(name, wanted)) return;
   const Lock lock(root, kPatience);
-  if (hasValue(path, name, wanted)) return;
+  refresh(path);
+  if (isCached(name, wanted)) return;
   json values = cache.values;
   values[name] = wanted;
   store(root, path, std::move(values));

@@ -1,4 +1,4 @@
-/* SPDX-License-Identifier: MIT */
+// SPDX-License-Identifier: MIT
 // How the stand-in fails: by an exception inside, by a status at each exported function.
 #pragma once
 

@@ -23,7 +23,7 @@ const char *setting(const char *name) {
   return value != nullptr && *value != '\0' ? value : nullptr;
 }
 
-bool wantSync() {
+bool isDurable() {
   const char *value = setting("VARSK_SYNC");
   return value == nullptr || std::strcmp(value, "0") != 0;
 }
@@ -48,7 +48,7 @@ void makeDirectory(const std::string &path, const std::string &above) {
   giveTo(owner, openDirectory(path, O_RDONLY));
 }
 
-// A directory that may be passed but not read is none that a writer has made.
+// A directory that may be passed but not read was not made by a writer.
 void syncDirectory(const std::string &path) {
   const int opened = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (opened < 0 && errno == EACCES) return;
@@ -121,7 +121,7 @@ void makeDirectories(const std::string &path) {
 }
 
 void syncAncestors(const std::string &path) {
-  if (!wantSync()) return;
+  if (!isDurable()) return;
   for (const std::string &step : steps(path)) syncDirectory(step);
 }
 
@@ -167,7 +167,7 @@ bool writeAll(int descriptor, std::string_view text) {
 
 // EINVAL and EROFS: the file system keeps nothing back that could be lost.
 void sync(const Descriptor &file) {
-  require(!wantSync() || fsync(file.get()) == 0 || errno == EINVAL || errno == EROFS, EFI_DEVICE_ERROR);
+  require(!isDurable() || fsync(file.get()) == 0 || errno == EINVAL || errno == EROFS, EFI_DEVICE_ERROR);
 }
 
 // The system gives the lock up with the process, however that ends.

@@ -1,4 +1,4 @@
-/* SPDX-License-Identifier: MIT */
+// SPDX-License-Identifier: MIT
 // Where the stand-in keeps things, how it opens and how it locks them. Failures are thrown.
 #pragma once
 

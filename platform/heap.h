@@ -1,4 +1,4 @@
-/* SPDX-License-Identifier: MIT */
+// SPDX-License-Identifier: MIT
 // The XML service's memory: all of it comes from malloc, as its records have to, so that there is one heap to run out
 // of.
 #pragma once

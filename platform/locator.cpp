@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "failure.h"
+#include "HostXmlService.h"
 #include "logs.h"
-#include "xml_service.h"
 
 namespace vyx::platform {
 namespace {
@@ -16,7 +16,7 @@ struct Provider {
   void *(*find)();
 };
 constexpr Provider kProviders[] = {
-    {VYX_XML_SERVICE_GUID, []() -> void * { return xmlService(); }},
+    {VYX_XML_SERVICE_GUID, []() -> void * { return vyxHostXmlService(); }},
     {VYX_DEBUG_LOG_GUID, findDebugLog},
 };
 

@@ -1,4 +1,4 @@
-/* SPDX-License-Identifier: MIT */
+// SPDX-License-Identifier: MIT
 // The debug-log service, which is there only when somebody asks for it in QUOR_DEBUG.
 #pragma once
 

@@ -17,6 +17,7 @@
 namespace vyx::platform {
 namespace {
 
+constexpr int kMostAttempts = 100;  // to make a file that another writer does not take for a stale one
 constexpr std::string_view kPattern = ".new-XXXXXX", kPrefix = ".new-";
 
 bool lock(const Descriptor &file, int mode) {
@@ -95,9 +96,11 @@ void Replacement::begin(const std::string &directory, const std::string &target)
   directory_ = openDirectory(path_, O_RDONLY);
   if (!targetExists()) syncAncestors(path_);
   statusOf([&] { removeStaleFiles(directory_); });  // what cannot be removed stays, and stops nobody
-  do {
+  makeFile();
+  for (int i = 0; status().st_nlink == 0; ++i) {
+    require(i < kMostAttempts, EFI_DEVICE_ERROR);
     makeFile();
-  } while (status().st_nlink == 0);
+  }
 }
 
 bool Replacement::write(std::string_view text) const {

@@ -1,4 +1,4 @@
-/* SPDX-License-Identifier: MIT */
+// SPDX-License-Identifier: MIT
 // Replaces a file in one step: the new contents are written beside the old file and take its place when they are
 // complete.
 #pragma once

@@ -20,7 +20,8 @@ using Replacements = std::map<std::FILE *, std::unique_ptr<Replacement>>;
 // Of the streams open for writing. No lock guards them: calls are serialised by their callers. Never destroyed: the C
 // library flushes streams that are open when the process ends, after all destructors.
 Replacements &replacements() {
-  static auto &instance = *new Replacements;
+  alignas(Replacements) static std::byte place[sizeof(Replacements)];
+  static auto &instance = *new (place) Replacements;
   return instance;
 }
 
@@ -55,8 +56,9 @@ std::FILE *openToWrite(const std::string &partition, const std::string &name) {
   return stream.release();
 }
 
-// A file that is there but does not open, for lack of descriptors, say, is not permitted rather than failed: the
-// library would take any other status for a missing file, and an empty queue would be written over this one.
+// A file that is there but does not open, because no descriptor is left for example, is not permitted rather than
+// failed: the library would take any other status for a missing file, and an empty queue would be written over this
+// one.
 EFI_STATUS forReading(EFI_STATUS status) {
   return status == EFI_SUCCESS || status == EFI_NOT_FOUND ? status : EFI_ACCESS_DENIED;
 }
@@ -82,7 +84,7 @@ EFI_STATUS varsk_fopen_1(const wchar_t *partition, const wchar_t *fileName, cons
   return status == EFI_NOT_FOUND ? EFI_DEVICE_ERROR : status;
 }
 
-// The stream is closed whatever is returned. What was written counts only when nothing failed, on the stream neither,
+// The stream is closed whatever is returned. What was written counts only when nothing failed, the stream included,
 // and the mode is that of the open; otherwise the old file stays. The partition is not looked at: the stream knows its
 // own.
 EFI_STATUS varsk_fclose_1(const wchar_t *, FILE *stream, const char *mode) {

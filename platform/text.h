@@ -1,5 +1,5 @@
-/* SPDX-License-Identifier: MIT */
-// Texts for people: of the two log services, and of who speaks of queues on a terminal. Independent of the locale.
+// SPDX-License-Identifier: MIT
+// Texts for people: of the two log services, and of programs that show queues on a terminal. Independent of the locale.
 #pragma once
 
 #include <cstdarg>

@@ -1,5 +1,5 @@
-/* SPDX-License-Identifier: MIT */
-// UTF-8 without the C locale: the same in every process, whatever setlocale was told.
+// SPDX-License-Identifier: MIT
+// UTF-8 without the C locale: the same in every process, whatever the host has given to setlocale.
 #pragma once
 
 #include <cstddef>

@@ -50,7 +50,9 @@ constexpr ByteKinds valueKinds(bool inText) {
   return kinds;
 }
 
-// What would be markup cannot be left to the parser: it would take it for that.
+// Names and repeated attributes are judged here while they are written: a parse of the whole output costs four to five
+// times as much as writing it, and is left to what this cannot judge. What would be markup cannot be left to the
+// parser: it would take it for that.
 constexpr ByteKinds nameKinds() {
   ByteKinds kinds = kindsWithin(kRefused);
   for (const char c : string_view("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789:_.-"))

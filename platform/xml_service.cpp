@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The XML service's table: arguments are checked here. Making and releasing records stands here too; reading and
 // writing documents have files of their own.
-#include "xml_service.h"
+#include "HostXmlService.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -110,9 +110,10 @@ void releaseTree(XML_NODE *node) {
   }
 }
 
-XML_SERVICE_PROTOCOL *xmlService() {
+}  // namespace vyx::platform
+
+extern "C" XML_SERVICE_PROTOCOL *vyxHostXmlService() {
+  using namespace vyx::platform;
   static XML_SERVICE_PROTOCOL service = {{nullptr, nullptr}, parseImage, serializeTree, createNode, deleteTree};
   return &service;
 }
-
-}  // namespace vyx::platform

@@ -1,4 +1,4 @@
-/* SPDX-License-Identifier: MIT */
+// SPDX-License-Identifier: MIT
 // Between the parts of the XML service: the tree's records, the reader and the writer. Failures are thrown.
 #pragma once
 

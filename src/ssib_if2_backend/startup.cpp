@@ -54,7 +54,7 @@ EFI_STATUS Protocol2Constructor(SSIB2_PRIVATE_DATA *SSIB2) {
   SSIB2->revision = ssib::kRevision;
 
   void *debugLog = nullptr;
-  if (EFI_ERROR(FindAProtocol(&gQuorDebugGUID, &debugLog))) debugLog = nullptr;
+  FindAProtocol(&gQuorDebugGUID, &debugLog);  // without one there is no log
   SSIB2->debugProto = static_cast<DEBUG_LOG_PROTOCOL *>(debugLog);
   vyxSsibDebug = SSIB2->debugProto;
   return EFI_SUCCESS;

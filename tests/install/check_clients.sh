@@ -19,17 +19,18 @@ expect() {
   exit 1
 }
 
-# by_pkg_config EXAMPLE MODULE...
+# by_pkg_config MODULES PROGRAM [SOURCE...]
 by_pkg_config() {
-  example=$1
+  flags=$(pkg-config --cflags --libs $1)
   shift
-  flags=$(pkg-config --cflags --libs "$@")
-  "$CC" -std=c11 -Wl,--as-needed -o "$work/$example" "$examples/$example.c" $flags $LDFLAGS
+  program=$1
+  shift
+  (cd "$examples" && "$CC" -std=c11 -Wl,--as-needed -o "$work/$program" "$program.c" "$@" $flags $LDFLAGS)
 }
 
-by_pkg_config producer vyxhostplatform vyxssibbackend
-by_pkg_config consumer vyxssibbackend vyxhostplatform
-by_pkg_config own_platform vyxssibbackend
+by_pkg_config "vyxhostplatform vyxssibbackend" producer
+by_pkg_config "vyxssibbackend vyxhostplatform" consumer
+by_pkg_config "vyxssibbackend vyxxmlservice" own_platform memory_platform.c
 "$CMAKE" -S "$tests/client" -B "$work/cmake" -DCMAKE_C_COMPILER="$CC" \
   -DCMAKE_EXE_LINKER_FLAGS="-Wl,--as-needed $LDFLAGS" "$@" >"$work/log" || { cat "$work/log"; exit 1; }
 "$CMAKE" --build "$work/cmake" >"$work/log" || { cat "$work/log"; exit 1; }
@@ -38,5 +39,5 @@ for programs in "$work" "$work/cmake"; do
   expect "queued 2 jobs" "$programs/producer"
   expect "JID_0001" "$SSIB" list
   expect "2 jobs done" "$programs/consumer"
-  expect "read back: Second device" "$programs/own_platform"
+  expect "Main.ssib: Fan test" "$programs/own_platform"
 done

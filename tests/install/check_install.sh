@@ -10,6 +10,7 @@ trap 'rm -rf "$work"' EXIT
 mv "$work/first" "$work/root"
 lib=$(dirname "$(find "$work/root" -name libVyxHostPlatform.so)")
 cp "$expat" "$lib/libexpat.so.1"
+ln -s libexpat.so.1 "$lib/libexpat.so"
 
 export PKG_CONFIG_LIBDIR="$lib/pkgconfig" PKG_CONFIG_SYSROOT_DIR="$work/root"
 CC=$compiler CMAKE=$cmake SSIB=$work/root/usr/bin/ssib RUN="env LD_LIBRARY_PATH=$lib $build/run" \

@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "platform/xml_service.h"
+#include "HostXmlService.h"
 #include "support/literal_task_list.h"
 #include "support/platform.h"
 
@@ -108,7 +108,7 @@ std::string textOfFiles() {
 XML_NODE *treeOf(const std::string &document) {
   const XML_STRING image = {1, const_cast<char *>(document.c_str())};
   XML_NODE *root = nullptr;
-  if (EFI_ERROR(vyx::platform::xmlService()->ParseImage(vyx::platform::xmlService(), &image, &root))) std::abort();
+  if (EFI_ERROR(vyxHostXmlService()->ParseImage(vyxHostXmlService(), &image, &root))) std::abort();
   return root;
 }
 

@@ -15,7 +15,8 @@ std::unordered_set<const void *> &blocks() {
   return instance;
 }
 
-bool mustFail() {
+// Counts an allocation; true for the one that fails.
+bool countDown() {
   return untilFailure != 0 && --untilFailure == 0;
 }
 
@@ -36,17 +37,17 @@ void __real_free(void *block);
 char *__real_strdup(const char *text);
 
 void *__wrap_malloc(std::size_t size) {
-  if (mustFail()) return nullptr;
+  if (countDown()) return nullptr;
   void *block = __real_malloc(size);
   return track(block == nullptr ? nullptr : std::memset(block, 'm', size));  // what nobody writes is seen
 }
 
 void *__wrap_calloc(std::size_t count, std::size_t size) {
-  return mustFail() ? nullptr : track(__real_calloc(count, size));
+  return countDown() ? nullptr : track(__real_calloc(count, size));
 }
 
 void *__wrap_realloc(void *block, std::size_t size) {
-  if (mustFail()) return nullptr;
+  if (countDown()) return nullptr;
   blocks().erase(block);
   return track(__real_realloc(block, size));
 }
@@ -57,7 +58,7 @@ void __wrap_free(void *block) {
 }
 
 char *__wrap_strdup(const char *text) {
-  return mustFail() ? nullptr : track(__real_strdup(text));
+  return countDown() ? nullptr : track(__real_strdup(text));
 }
 
 }  // extern "C"

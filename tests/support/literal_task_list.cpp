@@ -79,7 +79,7 @@ std::string literallyWrite(const LiteralList &jobs) {
     text += text.empty() ? "{\n  \"SMAJob\":\n  [\n    {\n" : "    },\n    {\n";
     for (std::size_t row = 0; row < job.size(); ++row) {
       text += std::string("      \"") + kKeys[row].name + "\" : \"" + job[row].value_or("").substr(0, 4095) +
-              (row == 7 ? "\"\n" : "\",\n");
+              (row + 1 == job.size() ? "\"\n" : "\",\n");
     }
   }
   return text + "    }\n  ]\n}\n";

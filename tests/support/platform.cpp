@@ -7,7 +7,7 @@
 #include <memory>
 #include <type_traits>
 
-#include "platform/xml_service.h"
+#include "HostXmlService.h"
 #include "support/heap.h"
 
 namespace test {
@@ -68,7 +68,7 @@ void print(std::uint32_t level, const char *tag, const wchar_t *wideFormat, ...)
 
 DEBUG_LOG_PROTOCOL debugLog = {{}, print};
 
-// ---- The XML service: the stand-in's, behind a record of the calls.
+// ---- The XML service: the stand-in's, with a record of the calls.
 
 template <typename... Values>
 EFI_STATUS ask(const std::string &call,
@@ -76,7 +76,7 @@ EFI_STATUS ask(const std::string &call,
                std::type_identity_t<Values>... values) {
   const auto fault = record(call);
   if (fault && fault->result.empty()) return fault->status;
-  XML_SERVICE_PROTOCOL *service = vyx::platform::xmlService();
+  XML_SERVICE_PROTOCOL *service = vyxHostXmlService();
   const EFI_STATUS status = (service->*operation)(service, values...);
   return fault ? fault->status : status;
 }
@@ -101,7 +101,7 @@ EFI_STATUS createNode(XML_SERVICE_PROTOCOL *, const XML_STRING *name, XML_NODE *
 
 EFI_STATUS deleteTree(XML_SERVICE_PROTOCOL *, XML_NODE *node) {
   record("DeleteTree");
-  return vyx::platform::xmlService()->DeleteTree(vyx::platform::xmlService(), node);
+  return vyxHostXmlService()->DeleteTree(vyxHostXmlService(), node);
 }
 
 XML_SERVICE_PROTOCOL countedXmlService = {{}, parseImage, serializeTree, createNode, deleteTree};

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The platform of the unit tests: partition storage in memory, the stand-in's XML service behind a record of its calls,
+// The platform of the unit tests: partition storage in memory, the stand-in's XML service with a record of its calls,
 // and all that the library reports. It behaves as the real one does, and fails when it has to.
 #pragma once
 

@@ -157,7 +157,7 @@ TEST_F(XmlForm, ChainsAreSerialisedToTheirEnd) {
   EXPECT_STREQ(text->text, "<a>t</a>\n<b>\n<c/>\n</b>\n");
 }
 
-TEST_F(XmlForm, BlocksAreLinkedAsTheServiceWantsThem) {
+TEST_F(XmlForm, BlocksAreLinkedAsTheServiceReadsThem) {
   const ssib::XmlTree root(treeOf("<R/>"), {service()});
   XML_NODE *first = addBlock(root, nullptr), *second = addBlock(root, first), *command = first->firstChild;
   EXPECT_TRUE(root.get()->firstChild == first && first->nextSibling == second && second->prevSibling == first);

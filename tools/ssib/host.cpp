@@ -34,7 +34,7 @@ std::string numberText(const char *format, unsigned value) {
   return text;
 }
 
-bool isAscii(char byte) {
+bool isPrintable(char byte) {
   return byte >= ' ' && byte <= '~';
 }
 
@@ -65,16 +65,17 @@ std::string escaped(const std::string &text) {
   }
   std::string out;
   for (const char byte : text) {
-    out +=
-        isAscii(byte) && byte != '\\' ? std::string(1, byte) : numberText("\\x%02X", static_cast<unsigned char>(byte));
+    out += isPrintable(byte) && byte != '\\' ? std::string(1, byte)
+                                             : numberText("\\x%02X", static_cast<unsigned char>(byte));
   }
   return out;
 }
 
 std::wstring wideName(const std::string &given) {
   if (vyxHostWideText == nullptr) {
-    if (std::ranges::all_of(given, isAscii)) return {given.begin(), given.end()};
-    throw Stop(Exit::Usage, "--queue: " + escaped(given) + " is not ASCII, as names have to be on this platform");
+    if (std::ranges::all_of(given, isPrintable)) return {given.begin(), given.end()};
+    throw Stop(Exit::Usage,
+               "--queue: " + escaped(given) + " is not printable ASCII, as names have to be on this platform");
   }
   wchar_t *wide = nullptr;
   const EFI_STATUS status = vyxHostWideText(given.c_str(), &wide);
@@ -89,8 +90,9 @@ std::string partitionPath(const std::string &below) {
   if (vyxHostPartitionPath == nullptr) return "this platform";
   const EFI_STATUS status = vyxHostPartitionPath(sVarskPartition, &path);
   const Block<char> owner(path);
-  if (status == EFI_SUCCESS) return escaped(path) + below;
-  return "none of VARSK_ROOT, XDG_STATE_HOME and HOME is set";
+  if (status == EFI_DEVICE_ERROR) return "none of VARSK_ROOT, XDG_STATE_HOME and HOME is set";
+  require(status, "find the partition");
+  return escaped(path) + below;
 }
 
 std::vector<HostFile> partitionFiles() {

@@ -184,7 +184,7 @@ TEST_F(Robust, DirectoriesAreSynchronisedBeforeAFirstFileWhoeverMadeThem) {
   }
 }
 
-TEST_F(Robust, ALinkIsNoPartition) {
+TEST_F(Robust, ALinkIsRefusedAsAPartition) {
   fs::create_directories(root);
   fs::create_directory_symlink(base, partition);
   fill(queue, "old");
@@ -245,8 +245,8 @@ TEST_F(RobustTool, OneFailedCallIsRefusedOrHarmless) {
       SCOPED_TRACE(string(command) + ": " + given);
       fs::create_directories(partition);
       for (const string name : {"Main", "Sub"})
-        fill(partition / (name + ".ssib"), "<SSIB_INFO><SSIB_BLOCK TASK_NAME=\"" + name +
-                                               "\"><CMD_LINE>c</CMD_LINE></SSIB_BLOCK></SSIB_INFO>");
+        fill(partition / (name + ".ssib"),
+             "<SSIB_INFO><SSIB_BLOCK TASK_NAME=\"" + name + "\"><CMD_LINE>c</CMD_LINE></SSIB_BLOCK></SSIB_INFO>");
       const auto [output, status] = run("VYX_FAULT='" + given + "' " SSIB_FAULTY " " + command);
       EXPECT_TRUE(status == 0 || status == 3) << status << output;
       const string sub = contentsOf(partition / "Sub.ssib"), all = contentsOf(queue) + sub;
@@ -265,9 +265,10 @@ TEST_F(RobustTool, WorksOnAPlatformWithoutTheStandInsFunctions) {
       {"add -q a.json --job-id x",
        {"ssib: this platform has no lock; see to it that nobody else changes the queues\nadded entry 1 to a.json\n",
         0}},
-      {"list -q a\x1B.json", {"ssib: --queue: a\\x1B.json is not ASCII, as names have to be on this platform\n", 2}},
+      {"list -q a\x1B.json",
+       {"ssib: --queue: a\\x1B.json is not printable ASCII, as names have to be on this platform\n", 2}},
       {"list -q a.json", {"ssib: there is no a.json\n", 1}},
-      {"list", {"ssib: cannot open Main.ssib: 0x80000015\n", 3}},
+      {"list -q .x", {"ssib: cannot open .x: 0x8000000F\n", 3}},
   };
   for (const auto &[arguments, outcome] : rows)
     EXPECT_EQ(run(string(SSIB_OWN_PLATFORM " ") + arguments), outcome) << arguments;
