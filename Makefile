@@ -1,5 +1,6 @@
 # Thin wrappers over the CMake presets and scripts/. Each command sets up what it lacks on a fresh Debian machine.
 #   make COMMAND [PRESET=i686|i686-asan|armhf|host|host-asan]
+#   make install [PREFIX=/usr/local] [DESTDIR=] [STRIP=1]
 
 PRESET ?= i686
 FUZZ_SECONDS ?= 60
@@ -8,7 +9,7 @@ SETUP := @scripts/setup $(PRESET)
 CONFIGURE := @[ -e $(BUILD)/build.ninja ] || cmake --preset $(PRESET)
 COMPILE := @cmake --build --preset $(PRESET)
 
-.PHONY: build demo test bench fuzz coverage docs format lint install clean
+.PHONY: build demo test bench fuzz coverage abi dist docs packages format lint install clean
 
 build:
 	$(SETUP)
@@ -39,6 +40,23 @@ fuzz:
 coverage:
 	@scripts/coverage $(PRESET)
 
+abi:
+	@scripts/setup i686 abi
+	@scripts/setup armhf abi
+	@for preset in i686 armhf; do \
+	  { [ -e build/$$preset/build.ninja ] || cmake --preset $$preset; } && \
+	  cmake --build --preset $$preset --target VyxSSIBBackend VyxHostPlatform || exit; \
+	done
+	@scripts/abi
+
+dist:
+	@scripts/setup host dist
+	@scripts/dist
+
+packages:
+	@scripts/setup host test packages
+	@scripts/packages
+
 docs:
 	@scripts/setup host docs
 	@scripts/docs
@@ -52,7 +70,7 @@ lint:
 	@scripts/lint
 
 install: build
-	cmake --install $(BUILD)
+	@cmake --install $(BUILD) $(if $(PREFIX),--prefix $(PREFIX)) $(if $(STRIP),--strip)
 
 clean:
 	rm -rf build

@@ -1,7 +1,7 @@
 # The libraries that are not the project's own. A cross build finds them in its private sysroot, a host build among the
-# machine's packages; GoogleTest is built for each target from Debian's sources.
+# machine's packages.
 find_path(EXPAT_INCLUDE_DIR expat.h REQUIRED)
-find_library(EXPAT_LIBRARY NAMES libexpat.so.1 REQUIRED)
+find_library(EXPAT_LIBRARY NAMES libexpat.so.1 expat REQUIRED)
 find_path(CLI11_INCLUDE_DIR CLI/CLI.hpp REQUIRED)
 find_path(NLOHMANN_INCLUDE_DIR nlohmann/json.hpp REQUIRED)
 
@@ -18,9 +18,3 @@ endfunction()
 vyx_system_library(vyx_expat ${EXPAT_INCLUDE_DIR} ${EXPAT_LIBRARY})
 vyx_system_library(vyx_cli11 ${CLI11_INCLUDE_DIR})
 vyx_system_library(vyx_nlohmann_json ${NLOHMANN_INCLUDE_DIR})
-
-set(GOOGLETEST_SOURCE /usr/src/googletest CACHE PATH "GoogleTest's sources")
-set(BUILD_GMOCK OFF CACHE BOOL "" FORCE)
-set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
-add_subdirectory(${GOOGLETEST_SOURCE} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
-target_compile_options(gtest PRIVATE -O1 -g1)

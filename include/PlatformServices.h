@@ -15,6 +15,10 @@
 #include <stdio.h>
 #include <wchar.h>
 
+#if WCHAR_MAX < 0x10FFFF
+#error "libVyxSSIBBackend has 4-byte wide characters: compile without -fshort-wchar"
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif

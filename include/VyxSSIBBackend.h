@@ -46,6 +46,19 @@ extern "C" {
 /* What is declared here is exported by the library that defines it, however that library is compiled. */
 #pragma GCC visibility push(default)
 
+/* ---- Version ----------------------------------------------------------------------------------------------------- */
+
+/** The version of these headers. What a program runs with is another matter: the SONAME says what fits. */
+#define VYXSSIB_VERSION_MAJOR 2
+#define VYXSSIB_VERSION_MINOR 0
+#define VYXSSIB_VERSION_PATCH 0
+
+/** Whether these headers are of the given version or of a later one; for #if. */
+#define VYXSSIB_VERSION_AT_LEAST(major, minor, patch) \
+  (VYXSSIB_VERSION_MAJOR > (major) ||                 \
+   (VYXSSIB_VERSION_MAJOR == (major) &&               \
+    (VYXSSIB_VERSION_MINOR > (minor) || (VYXSSIB_VERSION_MINOR == (minor) && VYXSSIB_VERSION_PATCH >= (patch)))))
+
 /* ---- Constants --------------------------------------------------------------------------------------------------- */
 
 /** @name The two forms of a queue: values of the mode fields

@@ -6,28 +6,10 @@
 
 #include "HostPlatform.h"
 #include "utf8.h"
-#include "VyxSSIBBackend.h"
+#include "VyxSSIBStatus.h"
 
 namespace vyx::platform {
 namespace {
-
-struct StatusName {
-  EFI_STATUS status;
-  const char *name;
-};
-constexpr StatusName kStatusNames[] = {
-    {EFI_SUCCESS, "EFI_SUCCESS"},
-    {EFI_INVALID_PARAMETER, "EFI_INVALID_PARAMETER"},
-    {EFI_DEVICE_ERROR, "EFI_DEVICE_ERROR"},
-    {EFI_OUT_OF_RESOURCES, "EFI_OUT_OF_RESOURCES"},
-    {EFI_NOT_FOUND, "EFI_NOT_FOUND"},
-    {EFI_ACCESS_DENIED, "EFI_ACCESS_DENIED"},
-    {EFI_ABORTED, "EFI_ABORTED"},
-    {EFI_END_OF_FILE, "EFI_END_OF_FILE"},
-    {SSIB_STATUS_NO_DOCUMENT, "SSIB_STATUS_NO_DOCUMENT"},
-    {SSIB_STATUS_NO_FILE, "SSIB_STATUS_NO_FILE"},
-    {VYX_HOST_TIMEOUT, "VYX_HOST_TIMEOUT"},
-};
 
 std::string numberText(const char *format, unsigned value) {
   char digits[16];
@@ -60,9 +42,7 @@ void appendSafe(std::string &out, const char *bytes, const Character &character)
 }  // namespace
 
 const char *statusName(EFI_STATUS status) {
-  for (const auto &known : kStatusNames)
-    if (known.status == status) return known.name;
-  return nullptr;
+  return status == VYX_HOST_TIMEOUT ? "VYX_HOST_TIMEOUT" : vyxSsibStatusName(status);
 }
 
 std::string safeText(const char *text) {

@@ -1,0 +1,17 @@
+#!/bin/sh
+# Installs the build, moves the copy, and tries clients against it as below a sysroot.
+#   check_install.sh BUILD_DIRECTORY CMAKE COMPILER EXPAT
+set -eu
+build=$1 cmake=$2 compiler=$3 expat=$4
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+"$cmake" --install "$build" --prefix "$work/first/usr" >"$work/log"
+mv "$work/first" "$work/root"
+lib=$(dirname "$(find "$work/root" -name libVyxHostPlatform.so)")
+cp "$expat" "$lib/libexpat.so.1"
+ln -s libexpat.so.1 "$lib/libexpat.so"
+
+export PKG_CONFIG_LIBDIR="$lib/pkgconfig" PKG_CONFIG_SYSROOT_DIR="$work/root"
+CC=$compiler CMAKE=$cmake SSIB=$work/root/usr/bin/ssib RUN="env LD_LIBRARY_PATH=$lib $build/run" \
+  LDFLAGS=-Wl,-rpath-link,$lib sh "$(dirname "$0")/check_clients.sh" -DCMAKE_PREFIX_PATH="$work/root/usr"
