@@ -8,6 +8,7 @@
 
 #include "VyxSSIBBackend.h"
 
+/* Only for the function below. */
 #define VYXSSIB_NAMED(status) \
   case status:                \
     return #status
