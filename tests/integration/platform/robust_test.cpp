@@ -281,7 +281,6 @@ TEST_F(RobustTool, OneFailedCallLeavesAFileElsewhereWhole) {
       EXPECT_NE(contentsOf(file).find("\"old\""), string::npos) << output;
       EXPECT_EQ(fs::status(file).permissions(), fs::perms{0640});
       EXPECT_EQ(std::distance(fs::directory_iterator(directory), {}), 1);
-      EXPECT_EQ(std::distance(fs::directory_iterator(base), {}), 1);
     }
   }
 }
