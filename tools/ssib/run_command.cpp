@@ -64,7 +64,7 @@ class Runner {
   std::optional<Exit> outcome_;  // none before the first job
 };
 
-// Reads under the lock, whatever cannot be removed later is refused now.
+// Reads under the lock. What could not be removed later is refused now, before a command handles it.
 Queue Runner::openQueue() const {
   const ChangeLock lock({request_.queue});
   return openToChange(request_.queue, request_.force);
@@ -77,7 +77,7 @@ std::optional<std::size_t> Runner::firstPlace() const {
   return std::nullopt;
 }
 
-// Looks at the queue as it is now for the job that was at that place: the same in all fields, and next to it.
+// Looks in the queue as it is now for the job that was at that place: the same in all fields, nearest to it.
 std::optional<std::size_t> Runner::findAgain(std::size_t place) {
   if (queue_.isCurrent()) return place;
   Queue now = openToChange(request_.queue, request_.force);
