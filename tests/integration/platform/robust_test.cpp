@@ -246,9 +246,10 @@ TEST_F(RobustTool, OneFailedCallIsRefusedOrHarmless) {
       const string given = (i % 2 == 0 ? "openat " : "fstatat ") + std::to_string(i / 2 + 1) + " 5";
       SCOPED_TRACE(string(command) + ": " + given);
       fs::create_directories(partition);
-      for (const string name : {"Main", "Sub"})
+      for (const string name : {"Main", "Sub"}) {
         fill(partition / (name + ".ssib"),
              "<SSIB_INFO><SSIB_BLOCK TASK_NAME=\"" + name + "\"><CMD_LINE>c</CMD_LINE></SSIB_BLOCK></SSIB_INFO>");
+      }
       auto [output, status] = run("VYX_FAULT='" + given + "' " SSIB_FAULTY " " + command);
       if (status == 4) status = 0;  // the job's own failure, which was to be
       EXPECT_TRUE(status == 0 || status == 3) << status << output;
@@ -281,7 +282,6 @@ TEST_F(RobustTool, OneFailedCallLeavesAFileElsewhereWhole) {
       EXPECT_NE(contentsOf(file).find("\"old\""), string::npos) << output;
       EXPECT_EQ(fs::status(file).permissions(), fs::perms{0640});
       EXPECT_EQ(std::distance(fs::directory_iterator(directory), {}), 1);
-      EXPECT_EQ(std::distance(fs::directory_iterator(base), {}), 1);
     }
   }
 }
