@@ -106,10 +106,10 @@ bool startsLine(std::string_view text, std::string_view start) {
          std::memcmp(text.data() + second, start.data() + second, kEnd) == 0;
 }
 
-// Reads the lines with which an object begins as the writer makes it, and returns the rest, from the last value's closing
-// quote on. Of the quotes before that, only those of the keys and of values that are themselves a key's name can begin a
-// quoted key: no key goes on with what stands between a value and the next line, nor, whatever that is, with the
-// line's blanks.
+// Reads the lines with which an object begins as the writer makes it, and returns the rest, from the last value's
+// closing quote on. Of the quotes before that, only those of the keys and of values that are themselves a key's name
+// can begin a quoted key: no key goes on with what stands between a value and the next line, nor, whatever that is,
+// with the line's blanks.
 std::string_view readWrittenLines(std::string_view object, Values &values) {
   std::size_t separator = std::strlen("{\n");
   for (std::size_t key = 0; key < values.size() && object.size() > separator; ++key) {
