@@ -128,6 +128,18 @@ TEST_F(Robust, NoFileTakesAStandardDescriptor) {
   })));
 }
 
+TEST_F(Robust, WhatAHostOpensInThePlaceOfADescriptorThatItClosedStaysOpen) {
+  EXPECT_TRUE(succeeded(startChild([] {
+    bool done = CfgSetAttributeInt("a", 6, 0) == 0 && CfgSetAttributeInt("a", 6, 0) == 0;
+    for (int number = 3; number < 64; ++number) close(number);
+    while (::open("/dev/null", O_RDONLY) < 63) continue;
+    for (int round = 0; round < 2; ++round) done = done && CfgSetAttributeInt("a", 6, 1) == 0;
+    struct stat status = {};
+    for (int number = 3; number < 64; ++number) done = done && fstat(number, &status) == 0 && S_ISCHR(status.st_mode);
+    return done;
+  })));
+}
+
 TEST_F(Robust, AWriteAsRootDoesNotLockTheOwnerOut) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   ASSERT_EQ(chown(base.c_str(), 65534, 65533), 0);
