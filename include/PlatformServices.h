@@ -38,14 +38,14 @@ extern "C" {
 /** Result of every operation: 0 is success, a value with the top bit set is a failure. */
 typedef uint32_t EFI_STATUS;
 
-#define EFI_SUCCESS ((EFI_STATUS)0x00000000)
-#define EFI_INVALID_PARAMETER ((EFI_STATUS)0x80000002)
-#define EFI_DEVICE_ERROR ((EFI_STATUS)0x80000007)
-#define EFI_OUT_OF_RESOURCES ((EFI_STATUS)0x80000009)
-#define EFI_NOT_FOUND ((EFI_STATUS)0x8000000E)
-#define EFI_ACCESS_DENIED ((EFI_STATUS)0x8000000F)
-#define EFI_ABORTED ((EFI_STATUS)0x80000015)
-#define EFI_END_OF_FILE ((EFI_STATUS)0x8000001F)
+#define EFI_SUCCESS ((EFI_STATUS)0x00000000)           /**< done */
+#define EFI_INVALID_PARAMETER ((EFI_STATUS)0x80000002) /**< an argument, or what a file holds, is not as it has to be */
+#define EFI_DEVICE_ERROR ((EFI_STATUS)0x80000007)      /**< a device or the system failed */
+#define EFI_OUT_OF_RESOURCES ((EFI_STATUS)0x80000009)  /**< no memory */
+#define EFI_NOT_FOUND ((EFI_STATUS)0x8000000E)         /**< there is no such thing */
+#define EFI_ACCESS_DENIED ((EFI_STATUS)0x8000000F)     /**< it is not permitted, or cannot be read for now */
+#define EFI_ABORTED ((EFI_STATUS)0x80000015)           /**< given up, because of what was met on the way */
+#define EFI_END_OF_FILE ((EFI_STATUS)0x8000001F)       /**< the end of the list */
 
 /** Non-zero when `status` is a failure. A positive status other than 0 is a warning and counts as success. */
 #define EFI_ERROR(status) ((((EFI_STATUS)(status)) & 0x80000000U) != 0)
@@ -58,10 +58,10 @@ typedef uint32_t EFI_STATUS;
  * groups before comparing.
  */
 typedef struct EFI_GUID {
-  uint32_t Data1;
-  uint16_t Data2;
-  uint16_t Data3;
-  uint8_t Data4[8];
+  uint32_t Data1;   /**< first group */
+  uint16_t Data2;   /**< second group */
+  uint16_t Data3;   /**< third group */
+  uint8_t Data4[8]; /**< the other two groups, byte for byte */
 } EFI_GUID;
 
 /** The debug-log service, as an initialiser. */
@@ -72,15 +72,17 @@ typedef struct EFI_GUID {
     }                                                \
   }
 
-/**
- * The debug-log service, found by VYX_DEBUG_LOG_GUID. The library uses only Print, always with level 0x800000.
- *
- * Print formats `format` (a wide string) with the values that follow it: "%d" and "%x" take an int, "%s" a single-byte
- * string, "%ls" a wide string, "%r" an EFI_STATUS. Strings are never null. `tag` names the part of the library that
- * speaks.
- */
+/** The debug-log service, found by VYX_DEBUG_LOG_GUID. */
 typedef struct DEBUG_LOG_PROTOCOL {
-  void *Reserved[5];
+  void *Reserved[5]; /**< operations that the library does not use */
+
+  /**
+   * Writes a line.
+   * @param level   0x800000 in every call of the library
+   * @param tag     names the part of the library that speaks
+   * @param format  a wide string, formatted with the values that follow: "%d" and "%x" take an int, "%s" a single-byte
+   *                string, "%ls" a wide string, "%r" an EFI_STATUS. Strings are never null
+   */
   void (*Print)(uint32_t level, const char *tag, const wchar_t *format, ...);
 } DEBUG_LOG_PROTOCOL;
 

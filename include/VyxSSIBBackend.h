@@ -48,12 +48,14 @@ extern "C" {
 
 /* ---- Version ----------------------------------------------------------------------------------------------------- */
 
-/** The version of these headers. What a program runs with is another matter: the SONAME says what fits. */
+/** The version of these headers, first part. What a program runs with is another matter: the SONAME says what fits. */
 #define VYXSSIB_VERSION_MAJOR 2
+/** The version's second part. */
 #define VYXSSIB_VERSION_MINOR 0
+/** The version's third part. */
 #define VYXSSIB_VERSION_PATCH 0
 
-/** Whether these headers are of the given version or of a later one; for #if. */
+/** Whether these headers are of the given version or of a later one; for the preprocessor, too. */
 #define VYXSSIB_VERSION_AT_LEAST(major, minor, patch) \
   (VYXSSIB_VERSION_MAJOR > (major) ||                 \
    (VYXSSIB_VERSION_MAJOR == (major) &&               \
@@ -61,30 +63,38 @@ extern "C" {
 
 /* ---- Constants --------------------------------------------------------------------------------------------------- */
 
-/** The two forms of a queue: values of the mode fields. */
+/** @name The two forms of a queue: values of the mode fields
+ * @{ */
 #define SSIB_MODE_DEFAULT 0U  /**< XML queue file */
 #define SSIB_MODE_BIOS_SMA 1U /**< JSON task list */
+/** @} */
 
-/** Names of queue files: the main ones, and what a name has in it that makes the file a task list. */
-#define SSIB_MAIN_QUEUE L"Main.ssib"
-#define SSIB_MAIN_TASK_LIST L"BIOS_task_list.json"
-#define SSIB_TASK_LIST_MARK L"json"
+/** @name Names of queue files
+ * @{ */
+#define SSIB_MAIN_QUEUE L"Main.ssib"               /**< the main XML queue */
+#define SSIB_MAIN_TASK_LIST L"BIOS_task_list.json" /**< the main task list */
+#define SSIB_TASK_LIST_MARK L"json"                /**< what a name has in it that makes the file a task list */
+/** @} */
 
 /** The partition of all queue files: the initial value of sVarskPartition, and what task lists always use. */
 #define SSIB_PARTITION L"VAR025"
 
-/** Bits of a field mask: which optional fields of an entry are valid. All other fields are always valid. */
-#define SSIB_FIELD_RB_REQ 0x01U
-#define SSIB_FIELD_RB_TYPE 0x02U
-#define SSIB_FIELD_TIMEOUT 0x04U
-#define SSIB_FIELD_RTN_CODE 0x08U
-#define SSIB_FIELD_RT_COUNT 0x10U
-#define SSIB_FIELD_JOB_ID 0x20U
+/** @name Bits of a field mask: which optional fields of an entry are valid. All other fields are always valid
+ * @{ */
+#define SSIB_FIELD_RB_REQ 0x01U   /**< RB_Req */
+#define SSIB_FIELD_RB_TYPE 0x02U  /**< RB_Type */
+#define SSIB_FIELD_TIMEOUT 0x04U  /**< Timeout */
+#define SSIB_FIELD_RTN_CODE 0x08U /**< Rtn_Code */
+#define SSIB_FIELD_RT_COUNT 0x10U /**< RT_Count */
+#define SSIB_FIELD_JOB_ID 0x20U   /**< Job_ID */
+/** @} */
 
-/** Bytes of a text that count when entries are deleted and compared. */
+/** @name Bytes of a text that count when entries are deleted and compared
+ * @{ */
 #define SSIB_COMPARED_JOB_ID 64U /**< of Job_ID */
 #define SSIB_COMPARED_SHORT 16U  /**< of LU_Category and Job_Type */
 #define SSIB_COMPARED_LONG 256U  /**< of every other text */
+/** @} */
 
 /** The longest text, in bytes, that a task list stores; the rest of a longer one is dropped. */
 #define SSIB_TASK_LIST_TEXT_MAX 4095U
@@ -95,15 +105,19 @@ extern "C" {
 /** The priority of every entry that was read from a file. */
 #define SSIB_PRIORITY_FROM_FILE 3U
 
-/** Where iAddToSSIBQueue puts an entry, and the priority that it gets. Entries read from a file have priority 3. */
+/** @name Where iAddToSSIBQueue puts an entry, and the priority that it gets
+ * @{ */
 #define SSIB_ADD_PREPEND_HI 1U /**< after the entries of priority 1, before all others */
 #define SSIB_ADD_APPEND_HI 2U  /**< after priorities 1 and 2, before the entries read from the file */
 #define SSIB_ADD_PREPEND_LO 4U /**< after the entries read from the file and those of priority 4 */
 #define SSIB_ADD_APPEND_LO 5U  /**< at the very end, whatever stands there */
+/** @} */
 
-/** Statuses of the library's own. Their top bit is clear, but they report a flush that wrote nothing. */
+/** @name Statuses of the library's own. Their top bit is clear, but they report a flush that wrote nothing
+ * @{ */
 #define SSIB_STATUS_NO_DOCUMENT ((EFI_STATUS)0x00300004) /**< no file name, or the document could not be built */
 #define SSIB_STATUS_NO_FILE ((EFI_STATUS)0x00300009)     /**< the document has no text, or its file did not open */
+/** @} */
 
 /* ---- Records ----------------------------------------------------------------------------------------------------- */
 
@@ -112,9 +126,9 @@ typedef struct SSIB_ENTRY_LIST SSIB_ENTRY_LIST;
 typedef struct SSIB2_PRIVATE_DATA SSIB2_PRIVATE_DATA;
 
 /* The records' pointer fields: plain pointers that may lie at any address. */
-typedef char *SSIB_TEXT VYX_UNALIGNED;
-typedef wchar_t *SSIB_WIDE_TEXT VYX_UNALIGNED;
-typedef SSIB_ENTRY_LIST *SSIB_LINK VYX_UNALIGNED;
+typedef char *SSIB_TEXT VYX_UNALIGNED;            /**< a NUL-terminated text on the process heap, or null */
+typedef wchar_t *SSIB_WIDE_TEXT VYX_UNALIGNED;    /**< the same in wide characters */
+typedef SSIB_ENTRY_LIST *SSIB_LINK VYX_UNALIGNED; /**< an element of a list, or null */
 
 /**
  * One job: 67 bytes on a 32-bit machine.
@@ -123,26 +137,26 @@ typedef SSIB_ENTRY_LIST *SSIB_LINK VYX_UNALIGNED;
  * library stores, compares and writes them.
  */
 struct SSIB_ENTRY {
-  uint32_t Version;  /**< version number of the block */
-  uint8_t mode;      /**< SSIB_MODE_DEFAULT or SSIB_MODE_BIOS_SMA; entries read from a file have 0. Not stored */
-  uint16_t Block_ID; /**< identifier of the block */
-  uint8_t RB_Type;   /**< optional: SSIB_FIELD_RB_TYPE */
-  uint8_t RB_Req;    /**< optional: SSIB_FIELD_RB_REQ */
-  uint32_t Timeout;  /**< optional: SSIB_FIELD_TIMEOUT. Reading a file keeps only the low 16 bits */
-  uint32_t Rtn_Code; /**< optional: SSIB_FIELD_RTN_CODE. Return code of the job */
-  uint16_t RT_Count; /**< optional: SSIB_FIELD_RT_COUNT */
-  SSIB_TEXT Job_ID;  /**< optional: SSIB_FIELD_JOB_ID. Job identifier */
-  SSIB_TEXT Cmd_Line;
-  SSIB_TEXT Task_Name;
-  XML_NODE_LINK Node; /**< extra content of an XML block: a detached chain of elements, or null */
-  SSIB_TEXT LU_Category;
-  SSIB_TEXT Display_Name; /**< this and what follows belong to JSON task lists */
-  SSIB_TEXT Job_Type;
-  SSIB_TEXT FQDD;
-  SSIB_TEXT Resource_URI;
-  SSIB_TEXT Resource_Type;
-  SSIB_TEXT Resource_Namespace;
-  SSIB_TEXT Target_Version;
+  uint32_t Version;        /**< version number of the block */
+  uint8_t mode;            /**< SSIB_MODE_DEFAULT or SSIB_MODE_BIOS_SMA; entries read from a file have 0. Not stored */
+  uint16_t Block_ID;       /**< identifier of the block */
+  uint8_t RB_Type;         /**< optional: SSIB_FIELD_RB_TYPE */
+  uint8_t RB_Req;          /**< optional: SSIB_FIELD_RB_REQ */
+  uint32_t Timeout;        /**< optional: SSIB_FIELD_TIMEOUT. Reading a file keeps only the low 16 bits */
+  uint32_t Rtn_Code;       /**< optional: SSIB_FIELD_RTN_CODE. Return code of the job */
+  uint16_t RT_Count;       /**< optional: SSIB_FIELD_RT_COUNT */
+  SSIB_TEXT Job_ID;        /**< optional: SSIB_FIELD_JOB_ID. Job identifier */
+  SSIB_TEXT Cmd_Line;      /**< command line; double quotes around the whole of it are not stored */
+  SSIB_TEXT Task_Name;     /**< name of the task */
+  XML_NODE_LINK Node;      /**< extra content of an XML block: a detached chain of elements, or null */
+  SSIB_TEXT LU_Category;   /**< category of the job */
+  SSIB_TEXT Display_Name;  /**< what the job is called on displays; this and what follows belong to task lists */
+  SSIB_TEXT Job_Type;      /**< type of the job; one that begins with UPDATE sets an attribute when it is read */
+  SSIB_TEXT FQDD;          /**< descriptor of the device */
+  SSIB_TEXT Resource_URI;  /**< where the resource is */
+  SSIB_TEXT Resource_Type; /**< what the resource is */
+  SSIB_TEXT Resource_Namespace; /**< namespace of the resource */
+  SSIB_TEXT Target_Version;     /**< version to arrive at */
 } VYX_PACKED;
 
 /** One element of a queue's list: 76 bytes on a 32-bit machine. Owns all that its entry points to. */
@@ -150,7 +164,7 @@ struct SSIB_ENTRY_LIST {
   SSIB_LINK next;     /**< null at the tail */
   uint32_t fieldMask; /**< SSIB_FIELD_ bits: which optional fields of the entry are valid */
   uint8_t priority;   /**< 3 when read from a file, else the add location. Not stored */
-  SSIB_ENTRY entry;
+  SSIB_ENTRY entry;   /**< the job */
 } VYX_PACKED;
 
 /** A queue handle: 81 bytes on a 32-bit machine. Zero before Protocol2Constructor and after Protocol2Destructor. */
@@ -416,6 +430,7 @@ EFI_STATUS iAddToSSIBQueue(SSIB2_PRIVATE_DATA *SSIB2, uint32_t count, SSIB_ENTRY
  *
  * A handle without an XML service cannot release the Node of the element: it stays allocated.
  *
+ * @param SSIB2  the handle
  * @param entry  the key. When it is an element's own entry, or shares texts with one, it may be released by the call
  * @retval EFI_SUCCESS
  * @retval EFI_INVALID_PARAMETER  an argument is null, or no entry matches
@@ -443,6 +458,8 @@ EFI_STATUS iRemoveFromSSIBQueue(SSIB2_PRIVATE_DATA *SSIB2, const SSIB_ENTRY *ent
  * and Job_Type (16) must be equal where both sides have them.
  *
  * @param SSIB2  read only when both entries are given
+ * @param e1     one entry, or null
+ * @param e2     the other
  * @retval 0           the same job, or both null
  * @retval 1           not the same, one is null, SSIB2 is null, or its mode is unknown
  * @retval 0xFFFFFFFF  a Node could not be serialised, its document has no text, or there is no XML service to do it
@@ -461,6 +478,7 @@ uint32_t SSIBEntryCmp(SSIB2_PRIVATE_DATA *SSIB2, const SSIB_ENTRY *e1, const SSI
  *
  * A handle without an XML service cannot release the old Node of the element: it stays allocated.
  *
+ * @param SSIB2     the handle
  * @param oldEntry  the key
  * @param newEntry  the new contents; may be the same record as oldEntry, when that owns nothing of the list
  * @retval EFI_SUCCESS            the new Node can have holes
@@ -546,8 +564,9 @@ int vyx_fgetc(FILE *stream);
  * tabs and form feeds become spaces; the line feed is consumed, not stored. Of a line that does not fit, the next call
  * returns the rest.
  *
- * @param buf   receives the line, NUL-terminated; all `size` bytes are written
- * @param size  of buf, in bytes; with 1, buf becomes empty and nothing is read
+ * @param buf     receives the line, NUL-terminated; all `size` bytes are written
+ * @param size    of buf, in bytes; with 1, buf becomes empty and nothing is read
+ * @param stream  what to read from
  * @return buf; null when buf or stream is null, when size is 0, and when the input ends before a byte was stored
  */
 char *fgetline(char *buf, size_t size, FILE *stream);
@@ -558,13 +577,15 @@ char *fgetline(char *buf, size_t size, FILE *stream);
  * @param ptr      a block of oldSize bytes, or null. Afterwards it is no longer the caller's, even when the
  *                 result is null
  * @param oldSize  in bytes; when not below newSize, ptr itself is returned: blocks never shrink
+ * @param newSize  in bytes
  * @return the block, the caller's; null when there is no memory
  */
 void *smpl_realloc(void *ptr, size_t oldSize, size_t newSize);
 
 /**
  * Removes every leading and every trailing `ch` of a string, in place. Does nothing to a null string.
- * @param ch  compared with each byte as a value of 0 to 255; outside of that it removes nothing
+ * @param str  the string, or null
+ * @param ch   compared with each byte as a value of 0 to 255; outside of that it removes nothing
  */
 void strtrim(char *str, int ch);
 
@@ -578,6 +599,7 @@ char *strnstr(const char *haystack, const char *needle, size_t n);
 /**
  * Converts a multibyte string (of the process's locale) to wide characters with mbstowcs.
  *
+ * @param src  NUL-terminated
  * @param dst  receives the characters, and a terminator only when it fits
  * @param len  capacity of dst in characters
  * @return dst; null when an argument is null or len is 0. How many characters were converted is not reported

@@ -8,6 +8,7 @@
 
 #include "VyxSSIBBackend.h"
 
+/** A status of vyxSsibStatusName; gone after it. */
 #define VYXSSIB_NAMED(status) \
   case status:                \
     return #status

@@ -22,10 +22,10 @@ typedef struct XML_NODE XML_NODE;
 typedef struct XML_SERVICE_PROTOCOL XML_SERVICE_PROTOCOL;
 
 /* The record's pointer fields: plain pointers that may lie at any address. */
-typedef char *XML_TEXT VYX_UNALIGNED;
-typedef XML_STRING *XML_STRING_LINK VYX_UNALIGNED;
-typedef XML_ATTRIBUTE *XML_ATTRIBUTE_LINK VYX_UNALIGNED;
-typedef XML_NODE *XML_NODE_LINK VYX_UNALIGNED;
+typedef char *XML_TEXT VYX_UNALIGNED;                    /**< a NUL-terminated text, or null */
+typedef XML_STRING *XML_STRING_LINK VYX_UNALIGNED;       /**< a string record, or null */
+typedef XML_ATTRIBUTE *XML_ATTRIBUTE_LINK VYX_UNALIGNED; /**< an attribute, or null */
+typedef XML_NODE *XML_NODE_LINK VYX_UNALIGNED;           /**< an element, or null */
 
 /** A text: 8 bytes on a 32-bit machine. */
 struct XML_STRING {
@@ -35,15 +35,15 @@ struct XML_STRING {
 
 /** One attribute of an element: 16 bytes on a 32-bit machine. */
 struct XML_ATTRIBUTE {
-  XML_STRING_LINK name;
-  XML_STRING_LINK value;
+  XML_STRING_LINK name;    /**< the attribute's */
+  XML_STRING_LINK value;   /**< null or without a text is an empty value */
   XML_ATTRIBUTE_LINK next; /**< null at the end */
   XML_ATTRIBUTE_LINK prev; /**< null at the front, and everywhere in a copied chain */
 } VYX_PACKED;
 
 /** One element: 28 bytes on a 32-bit machine. */
 struct XML_NODE {
-  XML_STRING_LINK name;
+  XML_STRING_LINK name;          /**< the element's */
   XML_STRING_LINK value;         /**< text content; null when the element has none */
   XML_ATTRIBUTE_LINK attributes; /**< the first one; null when there is none */
   XML_NODE_LINK parent;          /**< null in a root, and in the blocks and copied chains that the library builds */
@@ -62,7 +62,7 @@ struct XML_NODE {
 
 /** The XML service, found by VYX_XML_SERVICE_GUID. Every operation takes the table itself first. */
 struct XML_SERVICE_PROTOCOL {
-  void *Reserved[2];
+  void *Reserved[2]; /**< operations that the library does not use */
 
   /**
    * Parses a whole document.

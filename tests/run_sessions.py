@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Runs sessions: shell commands and what they print, recorded in a text file or in ```console blocks of a page.
+"""Runs sessions: shell commands and what they print, recorded in a text file or in a page.
 
   # Title          begins a session, in a flash of its own: an empty directory, the current one and $VARSK_ROOT
   $ COMMAND        finds PROGRAMs and what stands beside the file along PATH; $ROUNDS says how often to try what is slow
@@ -10,13 +10,22 @@
   ? 3              the exit status, when it is not 0
 
 What stands before the first command of a session is a comment; blank lines after an output are not compared.
+
+In a page, each section with ```console blocks (.md) or .Bd -literal displays (a manual page) is a session. There the
+two outputs are one, as on a terminal, and a status shows only where a command prints it.
 """
 import argparse, difflib, os, pathlib, re, subprocess, sys, tempfile
 
 
+# By suffix: the lines around a transcript, what begins a session, and how a character is written.
+PLAIN = None, None, r"#+ (?=\S)", {}
+MANUAL = ".Bd -literal", ".Ed", r"\.Sh ", {"-": "\\-", "'": "\\(aq", "\\": "\\e"}
+FORMS = {".md": ("```console", "```", r"#+ (?=\S)", {}), ".1": MANUAL, ".3": MANUAL, ".5": MANUAL}
+
+
 class Command:
-    def __init__(self, line, title):
-        self.lines, self.title, self.recorded, self.blanks = [line], title, [], []
+    def __init__(self, line, title, is_page):
+        self.lines, self.title, self.is_page, self.recorded, self.blanks = [line], title, is_page, [], []
 
     def add(self, line):
         if line.startswith("> ") and not self.recorded:
@@ -30,13 +39,13 @@ class Command:
     def run(self, environment):
         flash = environment["VARSK_ROOT"]
         text = "\n".join(line[2:] for line in self.lines)
-        done = subprocess.run(["sh", "-c", text], stdin=subprocess.DEVNULL, capture_output=True, cwd=flash,
-                              env=environment)
+        done = subprocess.run(["sh", "-c", text], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, cwd=flash,
+                              stderr=subprocess.STDOUT if self.is_page else subprocess.PIPE, env=environment)
         out, err = (stream.decode("utf-8", "backslashreplace").replace(flash, "$VARSK_ROOT")
-                    for stream in (done.stdout, done.stderr))
+                    for stream in (done.stdout, done.stderr or b""))
         if out and not out.endswith("\n"):
             out += "\n\\ no line end\n"
-        status = ["? %d" % done.returncode] if done.returncode != 0 else []
+        status = ["? %d" % done.returncode] if done.returncode != 0 and not self.is_page else []
         return out.rstrip("\n").split("\n") * (out != "") + ["! " + line for line in err.splitlines()] + status
 
     def is_recorded(self, actual):
@@ -47,21 +56,33 @@ class Command:
 
 def parse(path):
     """The file as a list of plain lines and of Commands with what belongs to them."""
-    items, title, command, is_page, is_open = [], "", None, path.suffix == ".md", path.suffix != ".md"
+    opening, closing, heading, escapes = FORMS.get(path.suffix, PLAIN)
+    items, title, command, is_open = [], "", None, opening is None
     for line in path.read_text().split("\n")[:-1]:
-        if is_page and line.startswith("```"):
-            is_open, command = line == "```console", None
-        elif re.match(r"#+ \S", line):
-            title, command = line.lstrip("#").strip(), None
-        elif is_open and line.startswith("$ "):
-            command = Command(line, title)
-            items.append(command)
-            continue
-        elif command:
-            command.add(line)
-            continue
+        if line in (opening, closing):
+            is_open, command = line == opening, None
+        elif re.match(heading, line):
+            title, command = re.sub(heading, "", line, count=1).strip(), None
+        elif is_open:
+            text = line
+            for character, escape in escapes.items():
+                text = text.replace(escape, character)
+            if text.startswith("$ "):
+                command = Command(text, title, opening is not None)
+                items.append(command)
+                continue
+            if command:
+                command.add(text)
+                continue
         items.append(line)
     return items
+
+
+def write(path, items):
+    escapes = str.maketrans(FORMS.get(path.suffix, PLAIN)[3])
+    texts = ["\n".join(i.lines + i.recorded + i.blanks).translate(escapes) if isinstance(i, Command) else i
+             for i in items]
+    path.write_text("\n".join(texts) + "\n")
 
 
 def prepare(base, arguments):
@@ -108,8 +129,7 @@ def main():
             sessions.setdefault(item.title, []).append(item)
     results = [run_session(commands, arguments) for commands in sessions.values()]
     if arguments.rewrite:
-        texts = ["\n".join(i.lines + i.recorded + i.blanks) if isinstance(i, Command) else i for i in items]
-        arguments.file.write_text("\n".join(texts) + "\n")
+        write(arguments.file, items)
     return 0 if results and all(results) else 1
 
 

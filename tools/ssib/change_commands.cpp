@@ -1,38 +1,18 @@
 // SPDX-License-Identifier: MIT
 // The commands that change a queue's entries. Each writes the file once, under the lock.
 #include <algorithm>
-#include <cerrno>
 #include <csignal>
-#include <cstdio>
-#include <cstring>
-#include <iterator>
-#include <memory>
 
 #include "commands.h"
+#include "files.h"
 #include "host.h"
 #include "json.h"
+#include "locks.h"
 #include "open_queue.h"
 #include "output.h"
 
 namespace tool {
 namespace {
-
-struct CloseFile {
-  void operator()(std::FILE *file) const { std::fclose(file); }
-};
-
-std::string readAll(const std::string &path) {
-  const std::string action = "read " + escaped(path) + ": ";
-  const bool isInput = path == "-";
-  const std::unique_ptr<std::FILE, CloseFile> file(isInput ? nullptr : std::fopen(path.c_str(), "rbe"));
-  std::FILE *stream = isInput ? stdin : file.get();
-  if (stream == nullptr) throw Stop(Exit::Refused, "cannot " + action + std::strerror(errno));
-  std::string text;
-  char block[16384];
-  for (std::size_t size = 0; (size = std::fread(block, 1, sizeof(block), stream)) > 0;) text.append(block, size);
-  if (std::ferror(stream) != 0) throw Stop(Exit::Refused, "cannot " + action + std::strerror(errno));
-  return text;
-}
 
 void requireFields(const GivenFields &given) {
   if (given.empty()) throw Stop(Exit::Usage, "no field is given; an entry without any is not added");
@@ -98,7 +78,7 @@ void requireSelection(const Request &request) {
 Exit addEntries(const Request &request) {
   const std::vector<GivenFields> entries = request.source.empty() ? entryOfOptions(request) : entriesFrom(request);
   checkMatches(request.queue.form(), request.unlessMatch);
-  const ChangeLock lock;
+  const ChangeLock lock({request.queue});
   Queue queue = openToChange(request.queue, request.force);
   requireNoMatch(request, queue);
   const std::size_t first = request.addInFront ? 0 : queue.elements.size();
@@ -113,7 +93,7 @@ Exit addEntries(const Request &request) {
 
 // What is shown is removed only after all of it has been printed.
 Exit takeEntries(const Request &request) {
-  const ChangeLock lock;
+  const ChangeLock lock({request.queue});
   Queue queue = openToChange(request.queue, request.force);
   const Places places = firstPlaces(request.selection, queue);
   std::signal(SIGPIPE, SIG_IGN);  // a reader that is gone is an output that failed: the jobs stay
@@ -129,7 +109,7 @@ Exit takeEntries(const Request &request) {
 
 Exit removeEntries(const Request &request) {
   requireSelection(request);
-  const ChangeLock lock;
+  const ChangeLock lock({request.queue});
   Queue queue = openToChange(request.queue, request.force);
   const Places places = chosenPlaces(request.selection, queue);
   if (request.everything) confirm(request, "remove " + counted(places.size()) + " of " + queue.name().shown());
@@ -144,7 +124,7 @@ Exit replaceEntries(const Request &request) {
   requireSelection(request);
   checkFields(request.queue.form(), request.fields);
   checkUnset(request.queue.form(), request.unset);
-  const ChangeLock lock;
+  const ChangeLock lock({request.queue});
   Queue queue = openToChange(request.queue, request.force);
   const Places places = chosenPlaces(request.selection, queue);
   for (const std::size_t place : places) {

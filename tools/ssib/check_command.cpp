@@ -23,10 +23,11 @@ struct Checked {
   Exit exit = Exit::Done;
 };
 
-Checked lookAt(const std::string &given) {
-  Checked checked = {.name = escaped(given), .problem = ""};
+// The queue of that name, or the one that was named by its path.
+Checked lookAt(const std::string &given, const QueueName *file = nullptr) {
+  Checked checked = {.name = file != nullptr ? file->shown() : escaped(given), .problem = ""};
   try {
-    const QueueName name(given);
+    const QueueName name = file != nullptr ? *file : QueueName(given);
     const std::optional<std::string> bytes = storedBytes(name);
     if (!bytes) {
       checked.problem = "missing";
@@ -96,13 +97,17 @@ std::vector<std::string> allNames() {
 }  // namespace
 
 Exit checkQueues(const Request &request) {
-  const std::vector<std::string> names = request.queues.empty() ? allNames() : request.queues;
-  if (names.empty()) throw Stop(Exit::NothingThere, "there are no queues in " + partitionPath());
+  std::vector<Checked> all;
+  if (request.isFileNamed) all.push_back(lookAt("", &request.queue));
+  for (const std::string &name : request.queues) all.push_back(lookAt(name));
+  if (all.empty()) {
+    for (const std::string &name : allNames()) all.push_back(lookAt(name));
+  }
+  if (all.empty()) throw Stop(Exit::NothingThere, "there are no queues in " + partitionPath());
   std::string lines;
   Json array = Json::array();
   Exit worst = Exit::Done;
-  for (const std::string &name : names) {
-    const Checked checked = lookAt(name);
+  for (const Checked &checked : all) {
     request.json ? array.push_back(jsonOf(checked)) : static_cast<void>(lines += asLines(checked));
     worst = std::max(worst, checked.exit);
   }

@@ -9,6 +9,7 @@
 
 #include "command_table.h"
 #include "host.h"
+#include "locks.h"
 #include "output.h"
 #include "stop.h"
 
@@ -22,12 +23,12 @@ const std::map<std::string, bool> kLocations = {
 // What the command line says, as it stands there.
 struct Arguments {
   std::string queue = plainName(SSIB_MAIN_QUEUE);
-  std::string numbers, wait, source, target, toPlace, helpOn;
+  std::string file, numbers, wait, source, target, toPlace, tries, failedTo, helpOn;
   std::string location = "append-lo";
-  std::vector<std::string> matches, unset, unlessMatch, queues;
+  std::vector<std::string> matches, unset, unlessMatch, queues, handler;
   GivenFields fields;
   bool json = false, deleteFile = false, inPlace = false, dropFields = false, everything = false, yes = false;
-  bool force = false;
+  bool force = false, follow = false;
 };
 
 std::uint32_t parseCount(const char *option, const std::string &text, std::uint32_t least, std::uint32_t largest) {
@@ -44,14 +45,20 @@ GivenFields parseMatches(const std::vector<std::string> &texts) {
 }
 
 Request requestOf(const Command &command, const Arguments &arguments, bool isQueueNamed) {
+  if (!arguments.handler.empty() && (command.takes & Command::Handler) == 0) {
+    throw Stop(Exit::Usage, std::string(command.name) + " takes no command after --; 'ssib run' does");
+  }
   Request request = {.operation = command.name,
-                     .queue = QueueName(arguments.queue),
+                     .queue = arguments.file.empty() ? QueueName(arguments.queue) : QueueName::ofFile(arguments.file),
                      .isQueueNamed = isQueueNamed,
+                     .isFileNamed = !arguments.file.empty(),
                      .selection = {{}, parseMatches(arguments.matches)},
                      .fields = arguments.fields,
                      .unlessMatch = parseMatches(arguments.unlessMatch),
                      .source = arguments.source,
                      .addInFront = kLocations.at(arguments.location),
+                     .handler = arguments.handler,
+                     .follow = arguments.follow,
                      .queues = arguments.queues,
                      .json = arguments.json,
                      .deleteFile = arguments.deleteFile,
@@ -60,13 +67,15 @@ Request requestOf(const Command &command, const Arguments &arguments, bool isQue
                      .everything = arguments.everything,
                      .force = arguments.force,
                      .yes = arguments.yes};
-  if (isQueueNamed) request.queues.push_back(arguments.queue);
+  if (isQueueNamed && arguments.file.empty()) request.queues.push_back(arguments.queue);
   if (!arguments.numbers.empty()) request.selection.ranges = parseRanges(arguments.numbers);
   for (const std::string &name : arguments.unset) request.unset.push_back(&requireField(name));
   if (!arguments.target.empty()) request.target = QueueName(arguments.target);
   if (!arguments.toPlace.empty()) request.toPlace = parseCount("--to-place", arguments.toPlace, 1, UINT32_MAX);
+  if (!arguments.failedTo.empty()) request.failedTo = QueueName(arguments.failedTo);
+  if (!arguments.tries.empty()) request.tries = parseCount("--tries", arguments.tries, 1, UINT32_MAX);
   constexpr std::uint32_t kLongestWait = 4'000'000;
-  if (!arguments.wait.empty()) ChangeLock::setWait(parseCount("--wait", arguments.wait, 0, kLongestWait) * 1000);
+  if (!arguments.wait.empty()) setLockWait(parseCount("--wait", arguments.wait, 0, kLongestWait) * 1000);
   return request;
 }
 
@@ -103,11 +112,26 @@ void declareList(CLI::App &command, const char *name, std::vector<std::string> &
 void declareEntries(CLI::App &command, unsigned takes, Arguments &arguments) {
   if (takes & Command::Numbers) {
     command.add_option("NUMBERS", arguments.numbers, "entries: 3, 2-5 or 1,4-6, the first being 1")->type_name("");
+  }
+  if (takes & (Command::Numbers | Command::Match)) {
     declareList(command, "--match", arguments.matches, "FIELD=VALUE", "entries with that value; may be repeated");
   }
   if (takes & Command::Everything) command.add_flag("--all", arguments.everything, "every entry");
   if (takes & Command::Fields) declareFields(command, arguments);
   if (takes & Command::Unset) declareList(command, "--unset", arguments.unset, "FIELD", "take the field out");
+}
+
+void declareHandler(CLI::App &command, Arguments &arguments) {
+  const auto misplaced = [](const std::string &word) {
+    throw Stop(Exit::Usage,
+               escaped(word) + " stands in front of the command's --: ssib run [OPTIONS] -- COMMAND [ARG...]");
+  };
+  command.add_option_function<std::string>("COMMAND", misplaced, "after --, with its arguments: what handles an entry")
+      ->type_name("");
+  command.add_flag("--follow", arguments.follow, "every entry, also those that come; ends on SIGINT and SIGTERM");
+  command.add_option("--tries", arguments.tries, "how often to try when COMMAND fails; default: 1")->type_name("N");
+  command.add_option("--failed-to", arguments.failedTo, "then move the entry to this queue, and go on")
+      ->type_name("QUEUE");
 }
 
 void declareOthers(CLI::App &command, unsigned takes, Arguments &arguments) {
@@ -149,6 +173,7 @@ void declareCommand(CLI::App &app, const Command &command, Arguments &arguments)
       std::string(command.details) +
       "\n\nSee 'ssib --help' for --queue, --wait, how entries are chosen and exit statuses.");
   declareEntries(*declared, command.takes, arguments);
+  if (command.takes & Command::Handler) declareHandler(*declared, arguments);
   declareOthers(*declared, command.takes, arguments);
 }
 
@@ -183,6 +208,9 @@ void declareAll(CLI::App &app, Arguments &arguments) {
   app.add_option("-q,--queue", arguments.queue, "name of the queue's file; works after the command, too")
       ->type_name("NAME")
       ->capture_default_str();
+  app.add_option("-f,--file", arguments.file, "a queue file anywhere; -: standard input, for commands that only look")
+      ->type_name("PATH")
+      ->excludes("--queue");
   app.add_option("--wait", arguments.wait, "how long to wait for other commands; default: until they are done")
       ->type_name("SECONDS");
   app.footer(kFooter);
@@ -204,6 +232,16 @@ void printHelp(const CLI::App &app, const std::string &name) {
   print(app.get_formatter()->make_help(&app, app.get_name(), CLI::AppFormatMode::Normal));
 }
 
+// What stands after "--" is the business of the command that `run` starts. The parser would look into it.
+int cutHandler(int argc, char **argv, std::vector<std::string> &handler) {
+  char **const end = argv + argc;
+  const auto is = [](const char *word) { return [word](const std::string &other) { return other == word; }; };
+  char **const dashes = std::find_if(argv, end, is("--"));
+  if (dashes == end || std::none_of(argv, dashes, is("run"))) return argc;
+  handler.assign(dashes + 1, end);
+  return static_cast<int>(dashes - argv);
+}
+
 }  // namespace
 
 Parsed parseCommandLine(int argc, char **argv) {
@@ -211,7 +249,7 @@ Parsed parseCommandLine(int argc, char **argv) {
   Arguments arguments;
   declareAll(app, arguments);
   try {
-    app.parse(argc, argv);
+    app.parse(cutHandler(argc, argv, arguments.handler), argv);
   } catch (const CLI::ParseError &error) {
     if (error.get_exit_code() != 0) throw Stop(Exit::Usage, explained(app, error));
     std::ostringstream asked;  // help or version
@@ -221,7 +259,8 @@ Parsed parseCommandLine(int argc, char **argv) {
   }
   const std::string name = app.get_subcommands().front()->get_name();
   for (const Command &command : commands()) {
-    if (name == command.name) return {&command, requestOf(command, arguments, app.count("--queue") != 0)};
+    if (name == command.name)
+      return {&command, requestOf(command, arguments, app.count("--queue") + app.count("--file") != 0)};
   }
   printHelp(app, arguments.helpOn);
   return {};

@@ -35,6 +35,24 @@ constexpr Command kCommands[] = {
      "they are in both. --drop-fields leaves out what the form of the target does not hold."},
     {"copy", Numbers | Target | Everything | Force, copyEntries, "Copy entries to another queue or another place",
      "--drop-fields leaves out what the form of the target does not hold."},
+    {"run", Match | Everything | Handler | Force, runHandler, "Hand the first entry to a command, and remove it then",
+     "COMMAND gets the entry on standard input, as the object that 'list --json' prints, and in its environment:\n"
+     "SSIB_QUEUE is the queue; SSIB_JOB_ID, SSIB_CMD_LINE and so on are the fields, in upper case. A field that the\n"
+     "entry does not have is not set, nor is one of more than 64 KiB, which stands on standard input alone.\n"
+     "Only when COMMAND ends with exit status 0 is the entry removed, and only if it is still there as it was. When\n"
+     "it has changed or gone meanwhile, nothing is removed, and standard error says so; a changed one is a job anew.\n"
+     "So each job is handled at least once, and some twice: one whose 'run' is killed, or loses its power, between "
+     "the\n"
+     "end of COMMAND and the write. Other commands work on the queue meanwhile; a second 'run' on it waits for the\n"
+     "first one to end, as long as --wait says.\n"
+     "When COMMAND fails, the job stays where it is and 'run' ends with exit status 4; with --failed-to it is moved "
+     "to\n"
+     "the end of that queue, of the same form, and --all and --follow go on.\n"
+     "SIGINT and SIGTERM end 'run' between two jobs: a COMMAND that is running is left to finish, but a second signal\n"
+     "is passed on to it. When 'run' itself is killed, its COMMAND goes on.\n"
+     "Exit status: 0: every job that was handed over is handled, also after a signal; 1: there was no job;\n"
+     "4: COMMAND failed; 5: COMMAND ended with 0, but its entry had changed or gone, so nothing was removed; 3: among\n"
+     "others, COMMAND cannot be started: then nothing is changed."},
     {"merge", Delete | Force, mergeQueue, "Move the entries of a queue to the end of its main queue",
      "--queue names the queue to fold into Main.ssib or, when its name contains \"json\", into BIOS_task_list.json.\n"
      "An XML queue's file stays, empty, unless --delete is given; a task list's goes with its last entry. The main\n"
@@ -44,6 +62,11 @@ constexpr Command kCommands[] = {
      "Compares the queue of --queue with OTHER. An entry is known again by all its fields or, changed, by its Job_ID.\n"
      "Of queues of two forms only the fields are compared that both store. Exit status 0: the same; 1: different."},
     {"queues", 0, listQueues, "Show the queue files of the partition", "Changes no queue."},
+    {"watch", 0, watchQueue, "Show what comes, goes and changes in the queue, until it is interrupted",
+     "Changes no queue. Prints a line for each entry, with --json an object in one line.\n"
+     "It compares what it reads with what it read before: an entry that comes and goes between two looks is not seen.\n"
+     "When it was too slow to read what every write left, standard error says so. A new place in the queue is no\n"
+     "change. Ends on SIGINT and SIGTERM, with exit status 0."},
     {"check", Queues, checkQueues, "Say whether queues are sound",
      "Changes no queue. Remarks are what the next write would drop or change, jobs that firmware could never remove\n"
      "or cannot tell apart, and other oddities.\n"
@@ -65,7 +88,10 @@ std::span<const Command> commands() {
 const char *const kFooter =
     "Queues: a name that contains \"json\" is a JSON task list, any other an XML queue file. Entries count from 1 and\n"
     "are chosen by number (3), range (2-5), list (1,4-6), by --match FIELD=VALUE, or by both: then those that match.\n"
-    "FIELD is an option without its dashes or a name that 'show' prints.\n\n"
+    "FIELD is an option without its dashes or a name that 'show' prints.\n"
+    "--file stands in for --queue. The file may lie anywhere, and is changed there as safely as one of the partition;\n"
+    "its name without the directories decides the form. Standard input is a task list unless it begins with '<'.\n"
+    "Other queues that a command names, after --to for example, are those of the partition.\n\n"
     "Commands that change a queue wait for each other. Firmware does not: what has the queue open there undoes the\n"
     "change with its next write. A change writes the whole file anew and reads it back before it is called done. What\n"
     "would be lost by that, because the library does not know it or reads it as something else, is named by commands\n"
@@ -74,10 +100,12 @@ const char *const kFooter =
     "Exit status:\n"
     "  0  done\n"
     "  1  there was nothing to do it to: the queue is empty, or there is no such entry or file; diff: they differ;\n"
-    "     check: there are remarks\n"
+    "     check: there are remarks; run: there is no job\n"
     "  2  wrong usage; nothing was changed\n"
     "  3  the library or the platform refused: standard error names the operation, the file and the status;\n"
-    "     check: a queue is damaged, or cannot be read\n\n"
+    "     check: a queue is damaged, or cannot be read; run: COMMAND cannot be started\n"
+    "  4  run: COMMAND failed; its job is still there, or in the queue of --failed-to\n"
+    "  5  run: COMMAND did its work, but its entry had changed or gone meanwhile; nothing was removed\n\n"
     "Statuses:\n"
     "  EFI_INVALID_PARAMETER    open: the file is damaged, or not of the form that its name says: 'ssib check' says\n"
     "                           where, 'ssib salvage' prints what is whole\n"

@@ -24,6 +24,8 @@ struct Command {
     Queues = 1024,    // any number of queues
     InPlace = 2048,   // --in-place
     Force = 4096,     // --force
+    Match = 8192,     // --match alone
+    Handler = 16384,  // another command, with --follow, --tries and --failed-to
   };
 
   const char *name;

@@ -20,12 +20,17 @@ struct Request {
   std::string operation;  // the command's name
   QueueName queue;
   bool isQueueNamed = false;
+  bool isFileNamed = false;  // by its path
   Selection selection;
   GivenFields fields = {};
   std::vector<const Field *> unset = {};
   GivenFields unlessMatch = {};
   std::string source = {};  // the file of `add --from`, "-" for standard input; empty when there is none
   bool addInFront = false;
+  std::vector<std::string> handler = {};  // the command that `run` hands entries to, with its arguments
+  std::optional<QueueName> failedTo = std::nullopt;
+  std::uint32_t tries = 1;
+  bool follow = false;
   std::optional<QueueName> target = std::nullopt;
   std::size_t toPlace = 0;               // the first being 1; 0 for the end
   std::vector<std::string> queues = {};  // those that `check` looks at, as they were given; none for all
@@ -49,6 +54,8 @@ Exit moveEntries(const Request &request);
 Exit copyEntries(const Request &request);
 Exit mergeQueue(const Request &request);
 Exit deleteQueue(const Request &request);
+Exit runHandler(const Request &request);
+Exit watchQueue(const Request &request);
 Exit listQueues(const Request &request);
 Exit compareQueues(const Request &request);
 Exit checkQueues(const Request &request);
@@ -62,6 +69,12 @@ std::string shownEntries(const Request &request, const Queue &queue, const Place
  * that is no failure.
  */
 void report(const Request &request, const std::string &text, const Record &details);
+
+/** Says on standard error what went wrong, as JSON when that is asked for; the request is null before there is one. */
+void complain(const Request *request, bool isJson, const Stop &stop);
+
+/** Moves an entry to another queue of the same form, which is written, and read back, first. Throws Stop. */
+void moveToEnd(Queue &source, std::size_t place, Queue &target);
 
 /** Throws Stop (wrong usage) when it is not said which entries are meant. */
 void requireSelection(const Request &request);

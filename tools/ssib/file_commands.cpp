@@ -7,6 +7,7 @@
 
 #include "commands.h"
 #include "host.h"
+#include "locks.h"
 #include "output.h"
 
 namespace tool {
@@ -33,6 +34,19 @@ void report(const Request &request, const std::string &text, const Record &detai
   std::fflush(stdout);
 }
 
+void complain(const Request *request, bool isJson, const Stop &stop) {
+  std::string text = std::string("ssib: ") + stop.what() + "\n";
+  if (isJson) {
+    Record record = {{"operation", request != nullptr ? request->operation : ""},
+                     {"file", request != nullptr ? request->queue.shown() : ""},
+                     {"status", stop.status() != EFI_SUCCESS ? statusName(stop.status()) : ""},
+                     {"text", stop.what()}};
+    std::erase_if(record, [](const auto &item) { return item.second == Record::value_type::second_type(""); });
+    text = recordAsJson(record);
+  }
+  std::fputs(text.c_str(), stderr);
+}
+
 void confirm(const Request &request, const std::string &question) {
   if (request.yes) return;
   if (isatty(STDIN_FILENO) == 0 || isatty(STDERR_FILENO) == 0) {
@@ -47,7 +61,7 @@ void confirm(const Request &request, const std::string &question) {
 Exit deleteQueue(const Request &request) {
   const QueueName &name = request.queue;
   if (!request.isQueueNamed) throw Stop(Exit::Usage, "--queue has to name the queue to delete");
-  const ChangeLock lock;
+  const ChangeLock lock({name});
   requireExists(name, "delete " + name.shown());
   const std::string contents = contentsOf(name);
   if (!contents.empty()) confirm(request, "delete " + name.shown() + contents);

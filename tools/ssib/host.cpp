@@ -12,11 +12,9 @@
 #include "stop.h"
 #include "VyxSSIBBackend.h"
 
-#pragma weak vyxHostLockPartition
 #pragma weak vyxHostPartitionPath
 #pragma weak vyxHostStatusName
 #pragma weak vyxHostTerminalText
-#pragma weak vyxHostUnlockPartition
 #pragma weak vyxHostWideText
 
 namespace tool {
@@ -36,18 +34,6 @@ std::string numberText(const char *format, unsigned value) {
 
 bool isPrintable(char byte) {
   return byte >= ' ' && byte <= '~';
-}
-
-std::uint32_t waitMilliseconds = VYX_HOST_FOREVER;
-
-// Waits quietly for as long as commands usually take, then says so and waits on.
-EFI_STATUS lockPartition(VYX_HOST_LOCK **lock) {
-  constexpr std::uint32_t kQuiet = 1000;
-  const EFI_STATUS status = vyxHostLockPartition(sVarskPartition, std::min(kQuiet, waitMilliseconds), lock);
-  if (status != VYX_HOST_TIMEOUT || waitMilliseconds <= kQuiet) return status;
-  std::fputs("ssib: another command changes a queue; waiting for it\n", stderr);
-  const std::uint32_t rest = waitMilliseconds == VYX_HOST_FOREVER ? waitMilliseconds : waitMilliseconds - kQuiet;
-  return vyxHostLockPartition(sVarskPartition, rest, lock);
 }
 
 }  // namespace
@@ -85,6 +71,13 @@ std::wstring wideName(const std::string &given) {
   return wide;
 }
 
+std::string hostPartition() {
+  if (vyxHostPartitionPath == nullptr) throw Stop(Exit::Refused, "this platform does not say where its files are");
+  char *path = nullptr;
+  require(vyxHostPartitionPath(sVarskPartition, &path), "find the partition");
+  return Block<char>(path).get();
+}
+
 std::string partitionPath(const std::string &below) {
   char *path = nullptr;
   if (vyxHostPartitionPath == nullptr) return "this platform";
@@ -96,10 +89,7 @@ std::string partitionPath(const std::string &below) {
 }
 
 std::vector<HostFile> partitionFiles() {
-  if (vyxHostPartitionPath == nullptr) throw Stop(Exit::Refused, "this platform does not list its files");
-  char *path = nullptr;
-  require(vyxHostPartitionPath(sVarskPartition, &path), "find the partition");
-  const Block<char> owner(path);
+  const std::string path = hostPartition();
   std::vector<HostFile> files;
   std::error_code error;
   std::filesystem::directory_iterator directory(path, error);
@@ -116,23 +106,6 @@ std::vector<HostFile> partitionFiles() {
   if (error) throw Stop(Exit::Refused, "cannot list " + escaped(path) + ": " + error.message());
   std::ranges::sort(files, {}, &HostFile::name);
   return files;
-}
-
-void ChangeLock::setWait(std::uint32_t milliseconds) {
-  waitMilliseconds = milliseconds;
-}
-
-ChangeLock::ChangeLock() {
-  if (vyxHostLockPartition == nullptr) {
-    std::fputs("ssib: this platform has no lock; see to it that nobody else changes the queues\n", stderr);
-    return;
-  }
-  const EFI_STATUS status = lockPartition(&lock_);
-  if (status != EFI_SUCCESS) refuse("lock the queues: " + partitionPath("/" VYX_HOST_LOCK_NAME), status);
-}
-
-ChangeLock::~ChangeLock() {
-  if (lock_ != nullptr) vyxHostUnlockPartition(lock_);
 }
 
 }  // namespace tool

@@ -24,6 +24,9 @@ std::wstring wideName(const std::string &given);
 /** The partition's directory, or what is in it, safe for a terminal; or why there is none. */
 std::string partitionPath(const std::string &below = "");
 
+/** The partition's directory. Throws Stop when the platform or the environment does not say where it is. */
+std::string hostPartition();
+
 struct HostFile {
   std::string name;
   std::size_t bytes;
@@ -34,24 +37,5 @@ inline constexpr const char *kPutAside = ".damaged";
 
 /** The regular files of the partition that may be queues, by name. Throws Stop. */
 std::vector<HostFile> partitionFiles();
-
-/**
- * Waits until no other command changes a queue, and keeps others from it as long as the object lives, at the latest
- * until the process ends. Without a lock on this platform it says so on standard error.
- */
-class ChangeLock {
- public:
-  /** Throws Stop, also when the lock is not there within setWait's time. */
-  ChangeLock();
-  ~ChangeLock();
-  ChangeLock(const ChangeLock &) = delete;
-  ChangeLock &operator=(const ChangeLock &) = delete;
-
-  /** How long a lock is waited for, in milliseconds; VYX_HOST_FOREVER when this is not called. */
-  static void setWait(std::uint32_t milliseconds);
-
- private:
-  VYX_HOST_LOCK *lock_ = nullptr;
-};
 
 }  // namespace tool

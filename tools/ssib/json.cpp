@@ -88,6 +88,13 @@ std::string entriesAsJson(const Queue &queue, const Places &places) {
   return dumped(array);
 }
 
+std::string eventAsJson(const Queue &queue, std::size_t place, const char *event, const std::string &changed) {
+  Json object = {{"event", event}};
+  if (!changed.empty()) object["changed"] = changed;
+  object.update(jsonOf(queue, place));
+  return object.dump(-1, ' ', true) + "\n";
+}
+
 std::vector<GivenFields> parseEntries(const std::string &text) {
   std::vector<GivenFields> entries;
   for (const Json &object : objectsIn(text)) {

@@ -25,6 +25,9 @@ std::string entriesAsJson(const Queue &queue, const Places &places);
  */
 std::vector<GivenFields> parseEntries(const std::string &text);
 
+/** One entry as such an object in one line, with what has happened to it, and which fields have `changed`, if any. */
+std::string eventAsJson(const Queue &queue, std::size_t place, const char *event, const std::string &changed);
+
 /** An object of plain values. */
 using Record = std::vector<std::pair<std::string, std::variant<std::size_t, bool, std::string>>>;
 

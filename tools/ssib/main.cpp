@@ -25,18 +25,8 @@ void occupyStandardDescriptors() {
   }
 }
 
-// What is known of a failure: with --json an object, else one line.
 Exit fail(const Parsed &parsed, bool isJson, const Stop &stop) {
-  std::string text = std::string("ssib: ") + stop.what() + "\n";
-  if (isJson) {
-    Record record = {{"operation", parsed.request ? parsed.request->operation : ""},
-                     {"file", parsed.request ? parsed.request->queue.shown() : ""},
-                     {"status", stop.status() != EFI_SUCCESS ? statusName(stop.status()) : ""},
-                     {"text", stop.what()}};
-    std::erase_if(record, [](const auto &item) { return item.second == Record::value_type::second_type(""); });
-    text = recordAsJson(record);
-  }
-  std::fputs(text.c_str(), stderr);
+  complain(parsed.request ? &*parsed.request : nullptr, isJson, stop);
   return stop.exit();
 }
 

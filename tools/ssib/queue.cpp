@@ -48,17 +48,6 @@ class QuietSetUp {
   int standardError_ = -1;  // kept aside; -1 when nothing was done
 };
 
-// A new handle that lasts until the process ends. Each is a block of its own: the record is packed, and in an array the
-// pointers of the second one would lie where leak checkers do not look.
-SSIB2_PRIVATE_DATA &newHandle(const QueueName &name) {
-  static auto &handles = *new std::vector<SSIB2_PRIVATE_DATA *>;
-  handles.reserve(handles.size() + 1);
-  SSIB2_PRIVATE_DATA &handle = *handles.emplace_back(new SSIB2_PRIVATE_DATA{});
-  const QuietSetUp quiet;
-  require(Protocol2Constructor(&handle), "set up a handle for " + name.shown());
-  return handle;
-}
-
 Elements listOf(const SSIB2_PRIVATE_DATA &handle) {
   Elements elements;
   for (SSIB_ENTRY_LIST *element = handle.ssibEntryListHead; element != nullptr; element = element->next) {
@@ -87,7 +76,16 @@ std::string counted(std::size_t entries) {
   return std::to_string(entries) + (entries == 1 ? " entry" : " entries");
 }
 
-QueueName::QueueName(const std::string &given) : wide_(wideName(given)), shown_(escaped(given)) {}
+QueueName::QueueName(const std::string &given) : plain_(given), wide_(wideName(given)), shown_(escaped(given)) {}
+
+QueueName QueueName::ofFile(const std::string &path) {
+  std::string plain;
+  std::shared_ptr<const Place> place = Place::of(path, plain);
+  QueueName name(plain);
+  name.place_ = std::move(place);
+  name.shown_ = path == "-" ? "standard input" : escaped(path);
+  return name;
+}
 
 Form QueueName::form() const {
   return wide_.find(SSIB_TASK_LIST_MARK) != std::wstring::npos ? Form::TaskList : Form::Xml;
@@ -95,6 +93,7 @@ Form QueueName::form() const {
 
 QueueName QueueName::with(const char *suffix) const {
   QueueName longer = *this;
+  longer.plain_ += suffix;
   longer.wide_.append(suffix, suffix + std::strlen(suffix));
   longer.shown_ += suffix;
   return longer;
@@ -110,6 +109,7 @@ void startLibrary() {
 }
 
 bool exists(const QueueName &name, const std::string &action) {
+  const AtPlace there(name);
   std::FILE *stream = nullptr;
   const EFI_STATUS status = varsk_fopen_1(sVarskPartition, name.wide(), "r", &stream);
   if (stream != nullptr) {
@@ -126,24 +126,30 @@ void requireExists(const QueueName &name, const std::string &action) {
 
 void deleteFile(const QueueName &name) {
   const std::string action = "delete " + name.shown();
-  require(iDeleteSSIB(&gSSSIB2pvt, name.wide()), action);
+  {
+    const AtPlace there(name);
+    require(iDeleteSSIB(&gSSSIB2pvt, name.wide()), action);
+    there.putBack();
+  }
   if (exists(name, action)) refuse(action, EFI_DEVICE_ERROR);
 }
 
 // Without the lock a file that a writer replaces between the library's two looks at it, the first for its size, seems
 // damaged: it is refused only when it seems so again and again.
-Queue::Queue(const QueueName &name, Access access, const std::string &action) : name_(name), handle_(&newHandle(name)) {
-  EFI_STATUS status = iOpenSSIB(handle_, name.wide());
+Queue::Queue(const QueueName &name, Access access, const std::string &action)
+    : name_(name), version_(name), handle_(newHandle(name)) {
+  const AtPlace there(name);
+  EFI_STATUS status = iOpenSSIB(handle_.get(), name.wide());
   for (int again = 3; status != EFI_SUCCESS && access == Access::Unlocked && again > 0; --again) {
     // A task list that is refused counts as open. Its list is empty, so that the close writes nothing.
-    iCloseSSIB(handle_);
-    status = iOpenSSIB(handle_, name.wide());
+    iCloseSSIB(handle_.get());
+    status = iOpenSSIB(handle_.get(), name.wide());
   }
   require(status, action + " " + name.shown());
   elements = listOf(*handle_);
 }
 
-Queue::Queue(const QueueName &name, Elements own) : elements(std::move(own)), name_(name), handle_(&newHandle(name)) {
+Queue::Queue(const QueueName &name, Elements own) : elements(std::move(own)), name_(name), handle_(newHandle(name)) {
   link(elements, *handle_);
   handle_->mode = static_cast<std::uint8_t>(form());
   handle_->ssibFileName = wcsdup(name.wide());
@@ -163,18 +169,52 @@ Elements Queue::takeOut(const Places &places) {
   return out;
 }
 
+bool Queue::isCurrent() const {
+  return version_ == FileVersion(name_);
+}
+
+Queue &Queue::operator=(Queue &&other) noexcept {
+  std::swap(elements, other.elements);
+  std::swap(name_, other.name_);
+  std::swap(version_, other.version_);
+  std::swap(handle_, other.handle_);
+  return *this;
+}
+
+Queue::~Queue() {
+  release(elements);
+}
+
+// The library's close would write the file.
+void Queue::ForgetHandle::operator()(SSIB2_PRIVATE_DATA *handle) const {
+  std::free(handle->ssibFileName);
+  delete handle;
+}
+
+Queue::Handle Queue::newHandle(const QueueName &name) {
+  Handle handle(new SSIB2_PRIVATE_DATA{});
+  const QuietSetUp quiet;
+  require(Protocol2Constructor(handle.get()), "set up a handle for " + name.shown());
+  return handle;
+}
+
 // The library reports neither a file that could not be closed nor a task list that could not be written: what the file
 // holds afterwards tells.
 void Queue::store() {
   link(elements, *handle_);
   if (elements.empty() && form() == Form::TaskList) return deleteFile(name_);
-  require(iFlushSSIBQueue(handle_), "write " + name_.shown());
-  const Queue read(name_, Access::Locked, "read back");
+  {
+    const AtPlace there(name_);
+    require(iFlushSSIBQueue(handle_.get()), "write " + name_.shown());
+    there.putBack();
+  }
+  Queue read(name_, Access::Locked, "read back");
   const bool isStored =
       std::ranges::equal(elements, read.elements, [this](const SSIB_ENTRY_LIST *written, const SSIB_ENTRY_LIST *found) {
         return isGivenBack(form(), *written, *found);
       });
   if (!isStored) refuse("write " + name_.shown(), EFI_DEVICE_ERROR);
+  version_ = std::move(read.version_);
 }
 
 void release(const Elements &elements) {

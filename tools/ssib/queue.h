@@ -1,15 +1,17 @@
 // SPDX-License-Identifier: MIT
 // A queue as the commands see it: its name, and its elements in the order in which they are written.
 //
-// A handle is never given back to the library here: a close writes the file, and most commands only look. What an open
-// has read stays with its handle until the process ends.
+// A handle is never given back to the library here: a close writes the file, and most commands only look.
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "fields.h"
+#include "file_version.h"
+#include "place.h"
 #include "VyxSSIBBackend.h"
 
 namespace tool {
@@ -25,7 +27,13 @@ class QueueName {
  public:
   /** Throws Stop when the library cannot be given that name. */
   explicit QueueName(const std::string &given);
+  /** The queue file at a path, "-" for what standard input holds. Throws Stop when there can be none. */
+  static QueueName ofFile(const std::string &path);
 
+  /** Where the file is when it was named by its path; null: in the partition. */
+  const Place *place() const { return place_.get(); }
+  /** The name of the file, without directories. */
+  const std::string &plain() const { return plain_; }
   const wchar_t *wide() const { return wide_.c_str(); }
   const std::string &shown() const { return shown_; }
   Form form() const;
@@ -33,11 +41,13 @@ class QueueName {
   QueueName with(const char *suffix) const;
   /** The main queue of this queue's form. */
   QueueName mainQueue() const;
-  bool operator==(const QueueName &other) const { return wide_ == other.wide_; }
+  bool operator==(const QueueName &other) const { return wide_ == other.wide_ && place_ == other.place_; }
 
  private:
+  std::string plain_;
   std::wstring wide_;
   std::string shown_;
+  std::shared_ptr<const Place> place_;
 };
 
 /** Starts the library, once, and sets gSSSIB2pvt up. Throws Stop. */
@@ -55,13 +65,13 @@ void requireExists(const QueueName &name, const std::string &action);
 /** Deletes the file and looks whether it is gone. Throws Stop. */
 void deleteFile(const QueueName &name);
 
-/** The elements of a queue in the order in which they are to be written; the handle of their queue owns them. */
+/** The elements of a queue in the order in which they are to be written. */
 using Elements = std::vector<SSIB_ENTRY_LIST *>;
 
 /** Places of elements in a queue, rising; the first is 0. */
 using Places = std::vector<std::size_t>;
 
-/** A queue that was read. */
+/** A queue that was read. Owns its elements. */
 class Queue {
  public:
   enum class Access { Locked, Unlocked };
@@ -72,11 +82,18 @@ class Queue {
   /** A queue of these elements, which become its own, whatever is in its file. Throws std::bad_alloc. */
   Queue(const QueueName &name, Elements own);
 
+  Queue(Queue &&) = default;
+  Queue &operator=(Queue &&other) noexcept;
+  ~Queue();
+
   const QueueName &name() const { return name_; }
   Form form() const { return name_.form(); }
 
   /** What is in the queue. Elements may be moved, put in and, once they are in no queue, released. */
   Elements elements;
+
+  /** Whether the file is still the one that was read, or written: for sure when this says so. */
+  bool isCurrent() const;
 
   /** Takes out the elements at these places and hands them over. */
   Elements takeOut(const Places &places);
@@ -88,8 +105,16 @@ class Queue {
   void store();
 
  private:
+  struct ForgetHandle {
+    void operator()(SSIB2_PRIVATE_DATA *handle) const;
+  };
+  using Handle = std::unique_ptr<SSIB2_PRIVATE_DATA, ForgetHandle>;
+
+  static Handle newHandle(const QueueName &name);
+
   QueueName name_;
-  SSIB2_PRIVATE_DATA *handle_;
+  FileVersion version_;
+  Handle handle_;
 };
 
 /** Releases elements that are in no queue. */

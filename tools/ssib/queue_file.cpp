@@ -9,6 +9,7 @@
 namespace tool {
 
 std::optional<std::string> storedBytes(const QueueName &name) {
+  const AtPlace there(name);
   std::FILE *stream = nullptr;
   const EFI_STATUS status = varsk_fopen_1(sVarskPartition, name.wide(), "r", &stream);
   if (status == EFI_NOT_FOUND) return std::nullopt;
@@ -24,11 +25,15 @@ std::optional<std::string> storedBytes(const QueueName &name) {
 
 void storeBytes(const QueueName &name, const std::string &bytes) {
   const std::string action = "write " + name.shown();
-  std::FILE *stream = nullptr;
-  const EFI_STATUS opened = varsk_fopen_1(sVarskPartition, name.wide(), "w", &stream);
-  if (stream == nullptr) refuse(action, opened == EFI_SUCCESS ? EFI_DEVICE_ERROR : opened);
-  std::fwrite(bytes.data(), 1, bytes.size(), stream);
-  require(varsk_fclose_1(sVarskPartition, stream, "w"), action);  // an error of the stream is one of the close
+  {
+    const AtPlace there(name);
+    std::FILE *stream = nullptr;
+    const EFI_STATUS opened = varsk_fopen_1(sVarskPartition, name.wide(), "w", &stream);
+    if (stream == nullptr) refuse(action, opened == EFI_SUCCESS ? EFI_DEVICE_ERROR : opened);
+    std::fwrite(bytes.data(), 1, bytes.size(), stream);
+    require(varsk_fclose_1(sVarskPartition, stream, "w"), action);  // an error of the stream is one of the close
+    there.putBack();
+  }
   if (storedBytes(name) != bytes) refuse(action, EFI_DEVICE_ERROR);
 }
 

@@ -3,6 +3,7 @@
 #include "commands.h"
 #include "host.h"
 #include "output.h"
+#include "stop.h"
 
 namespace tool {
 namespace {
@@ -40,6 +41,7 @@ std::string asJson(const std::vector<Found> &all) {
 }  // namespace
 
 Exit listQueues(const Request &request) {
+  if (request.isQueueNamed) throw Stop(Exit::Usage, "the queues of the partition are listed, not one");
   std::vector<Found> all;
   std::vector<Row> rows = {{"File", "Form", "Bytes", "Entries"}};
   for (const HostFile &file : partitionFiles()) {

@@ -8,6 +8,7 @@
 #include "commands.h"
 #include "host.h"
 #include "json.h"
+#include "locks.h"
 #include "output.h"
 #include "queue_file.h"
 #include "strict_reader.h"
@@ -76,7 +77,7 @@ void putAside(const QueueName &name, const QueueName &aside, const std::string &
 Exit salvageInPlace(const Request &request) {
   const QueueName &name = request.queue;
   const QueueName aside = name.with(kPutAside);
-  const ChangeLock lock;
+  const ChangeLock lock({name});
   const std::string bytes = bytesToSalvage(name);
   const StrictReading reading = readStrictly(name.form(), bytes);
   if (!reading.damage) throw Stop(Exit::NothingThere, name.shown() + " is not damaged, and stays as it is");

@@ -9,7 +9,15 @@
 
 namespace tool {
 
-enum class Exit { Done = 0, NothingThere = 1, Different = 1, Usage = 2, Refused = 3 };
+enum class Exit {
+  Done = 0,
+  NothingThere = 1,
+  Different = 1,
+  Usage = 2,
+  Refused = 3,
+  HandlerFailed = 4,
+  NotRemoved = 5
+};
 
 /** Ends the command. The message goes to a terminal as it is, so what comes from outside is in it escaped. */
 class Stop : public std::runtime_error {

@@ -6,6 +6,7 @@
 
 #include "commands.h"
 #include "host.h"
+#include "locks.h"
 #include "open_queue.h"
 #include "output.h"
 #include "values.h"
@@ -96,18 +97,22 @@ void changeSource(const QueueName &target, Change change) {
   }
 }
 
+void transferTo(std::size_t place, Queue &target, Queue &source, const Places &places, bool isMove) {
+  const Elements carried = source.takeOut(places);
+  warnOfRepeats(target, carried, source.name());
+  insertAt(place, carried, target);
+  storeTarget(target, source.name());
+  if (isMove) changeSource(target.name(), [&] { source.store(); });
+}
+
 std::size_t transferBetween(const Request &request, const QueueName &to, bool isMove) {
   Queue source = isMove ? openToChange(request.queue, request.force) : openToLook(request.queue);
   const Places places = chosenPlaces(request.selection, source);
   Queue target = openToChange(to, request.force);
   const std::size_t place = placeIn(to, target.elements.size(), request.toPlace);
   if (source.form() != target.form()) convertAll(request, target.form(), source, places);
-  const Elements carried = source.takeOut(places);
-  warnOfRepeats(target, carried, source.name());
-  insertAt(place, carried, target);
-  storeTarget(target, source.name());
-  if (isMove) changeSource(to, [&] { source.store(); });
-  return carried.size();
+  transferTo(place, target, source, places, isMove);
+  return places.size();
 }
 
 std::size_t transferWithin(const Request &request, bool isMove) {
@@ -128,7 +133,7 @@ Exit transfer(const Request &request, bool isMove) {
   }
   requireSelection(request);
   const QueueName to = request.target.value_or(request.queue);
-  const ChangeLock lock;
+  const ChangeLock lock(isMove ? std::vector{request.queue, to} : std::vector{to});
   const std::size_t entries =
       to == request.queue ? transferWithin(request, isMove) : transferBetween(request, to, isMove);
   const std::string where =
@@ -139,6 +144,10 @@ Exit transfer(const Request &request, bool isMove) {
 }
 
 }  // namespace
+
+void moveToEnd(Queue &source, std::size_t place, Queue &target) {
+  transferTo(target.elements.size(), target, source, {place}, true);
+}
 
 Exit moveEntries(const Request &request) {
   return transfer(request, true);
@@ -155,7 +164,7 @@ Exit mergeQueue(const Request &request) {
   if (name == main) {
     throw Stop(Exit::Usage, name.shown() + " is the main queue; --queue names the queue to fold into it");
   }
-  const ChangeLock lock;
+  const ChangeLock lock({name, main});
   requireExists(name, "open " + name.shown());
   Queue source = openToChange(name, request.force), target = openToChange(main, request.force);
   const Elements carried = std::move(source.elements);
