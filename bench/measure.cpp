@@ -10,7 +10,8 @@
 namespace bench {
 namespace {
 
-// What is beyond its bound is measured again: only what is so each time is the library's own doing, not its neighbours'.
+// What is beyond its bound is measured again: only what is so each time is the library's own doing, not its
+// neighbours'.
 constexpr int kTries = 4;
 
 // From here on a work's own cost is all that counts, so that growth shows.

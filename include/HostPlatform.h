@@ -76,8 +76,8 @@ const char *vyxHostStatusName(EFI_STATUS status);
 
 /**
  * A text as it may be given to a terminal: well-formed UTF-8 without control characters. Line feed, carriage return and
- * tab appear as `\n`, `\r` and `\t`, a backslash doubled; of other control characters, and where there is no UTF-8, each
- * byte as `\xNN`.
+ * tab appear as `\n`, `\r` and `\t`, a backslash doubled; of other control characters, and where there is no UTF-8,
+ * each byte as `\xNN`.
  *
  * @param text  NUL-terminated bytes
  * @param safe  receives the new text

@@ -108,9 +108,9 @@ def table(lines):
     library = lines[""]
     rows = ["<tr><th></th>" + "".join(f"<th>{number(jobs)}</th>" for jobs in library) + "</tr></thead><tbody>"]
     for colour, (who, points) in zip(COLOURS, lines.items()):
-        name = f'<span style="color:{colour}">&#9632;</span> {html.escape(f"library / {who}" if who else "library, ms")}'
+        name = html.escape(f"library / {who}" if who else "library, ms")
         cells = [cell(library[jobs], points[jobs]) if who else f"<td>{points[jobs][0]:.3g}</td>" for jobs in library]
-        rows.append(f"<tr><td>{name}</td>{''.join(cells)}</tr>")
+        rows.append(f'<tr><td><span style="color:{colour}">&#9632;</span> {name}</td>{"".join(cells)}</tr>')
     return f"<table><thead>{''.join(rows)}</tbody></table>"
 
 
@@ -127,7 +127,8 @@ def processor():
 
 def main(paths):
     where = f"{processor()}, Linux {platform.release()}, {time.strftime('%Y-%m-%d')}"
-    print(f'<!DOCTYPE html><html lang="en"><meta charset="utf-8"><title>Times of the queues</title><style>{STYLE}</style>')
+    print('<!DOCTYPE html><html lang="en"><meta charset="utf-8"><title>Times of the queues</title>')
+    print(f"<style>{STYLE}</style>")
     print(f"<h1>Times of the queues</h1><p>{html.escape(where)}. What the plots show: docs/performance.md.</p>")
     for path in paths:
         print(f"<h1>{html.escape(os.path.basename(path).removesuffix('.tsv'))}</h1>")

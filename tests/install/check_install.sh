@@ -9,9 +9,13 @@ trap 'rm -rf "$work"' EXIT
 "$cmake" --install "$build" --prefix "$work/first/usr" >"$work/log"
 mv "$work/first" "$work/root"
 lib=$(dirname "$(find "$work/root" -name libVyxHostPlatform.so)")
-cp "$expat" "$lib/libexpat.so.1"
-ln -s libexpat.so.1 "$lib/libexpat.so"
+
+# A target has expat where its compiler looks by itself.
+mkdir "$work/expat"
+cp "$expat" "$work/expat/libexpat.so.1"
+ln -s libexpat.so.1 "$work/expat/libexpat.so"
 
 export PKG_CONFIG_LIBDIR="$lib/pkgconfig" PKG_CONFIG_SYSROOT_DIR="$work/root"
-CC=$compiler CMAKE=$cmake SSIB=$work/root/usr/bin/ssib RUN="env LD_LIBRARY_PATH=$lib $build/run" \
-  LDFLAGS=-Wl,-rpath-link,$lib sh "$(dirname "$0")/check_clients.sh" -DCMAKE_PREFIX_PATH="$work/root/usr"
+export CC="$compiler" CMAKE="$cmake" SSIB="$work/root/usr/bin/ssib"
+export RUN="env LD_LIBRARY_PATH=$lib:$work/expat $build/run" LDFLAGS="-L$work/expat -Wl,-rpath-link,$work/expat"
+sh "$(dirname "$0")/check_clients.sh" -DCMAKE_PREFIX_PATH="$work/root/usr"
