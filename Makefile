@@ -9,7 +9,7 @@ SETUP := @scripts/setup $(PRESET)
 CONFIGURE := @[ -e $(BUILD)/build.ninja ] || cmake --preset $(PRESET)
 COMPILE := @cmake --build --preset $(PRESET)
 
-.PHONY: build demo test bench fuzz coverage docs abi dist packages format lint install clean
+.PHONY: build demo test bench fuzz coverage abi dist docs packages format lint install clean
 
 build:
 	$(SETUP)

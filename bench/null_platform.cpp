@@ -5,17 +5,14 @@
 #include <cstring>
 #include <string>
 
+#include "tree.h"
 #include "VyxSSIBBackend.h"
+
+using namespace bench;
 
 namespace {
 
 std::string contents;  // of the one file
-
-XML_STRING *newString(const char *text) {
-  auto *string = static_cast<XML_STRING *>(std::malloc(sizeof(XML_STRING)));
-  *string = {1, strdup(text)};
-  return string;
-}
 
 void freeString(XML_STRING *string) {
   if (string == nullptr) return;
@@ -23,42 +20,10 @@ void freeString(XML_STRING *string) {
   std::free(string);
 }
 
-XML_NODE *newNode(const char *name, const char *value) {
-  auto *node = static_cast<XML_NODE *>(std::calloc(1, sizeof(XML_NODE)));
-  node->name = newString(name);
-  if (value != nullptr) node->value = newString(value);
-  return node;
-}
-
-void addAttribute(XML_NODE *node, const char *name, const char *value) {
-  auto *attribute = static_cast<XML_ATTRIBUTE *>(std::calloc(1, sizeof(XML_ATTRIBUTE)));
-  attribute->name = newString(name);
-  attribute->value = newString(value);
-  attribute->next = node->attributes;
-  node->attributes = attribute;
-}
-
-XML_NODE *newBlock() {
-  XML_NODE *block = newNode("SSIB_BLOCK", nullptr);
-  addAttribute(block, "JOB_ID", "JID_000123456789");
-  addAttribute(block, "TASK_NAME", "Update task");
-  addAttribute(block, "LU_CATEGORY", "FIRMWARE");
-  addAttribute(block, "TIMEOUT", "600");
-  addAttribute(block, "BLOCK_ID", "7");
-  addAttribute(block, "Version", "1");
-  block->firstChild = newNode("CMD_LINE", "/usr/libexec/update --quiet --image=/tmp/image.bin");
-  return block;
-}
-
 EFI_STATUS parseImage(XML_SERVICE_PROTOCOL *, const XML_STRING *image, XML_NODE **root) {
-  *root = newNode("SSIB_INFO", nullptr);
+  *root = newNode("SSIB_INFO");
   XML_NODE *last = nullptr;
-  for (int left = std::atoi(image->text); left > 0; --left) {
-    XML_NODE *block = newBlock();
-    block->prevSibling = last;
-    (last == nullptr ? (*root)->firstChild : last->nextSibling) = block;
-    last = block;
-  }
+  for (int left = std::atoi(image->text); left > 0; --left) last = appendBlock(*root, last);
   return EFI_SUCCESS;
 }
 
@@ -70,7 +35,7 @@ EFI_STATUS serializeTree(XML_SERVICE_PROTOCOL *, const XML_NODE *root, std::uint
 }
 
 EFI_STATUS createNode(XML_SERVICE_PROTOCOL *, const XML_STRING *name, XML_NODE **node) {
-  *node = newNode(name->text, nullptr);
+  *node = newNode(name->text);
   return EFI_SUCCESS;
 }
 

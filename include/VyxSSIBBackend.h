@@ -48,14 +48,17 @@ extern "C" {
 
 /* ---- Version ----------------------------------------------------------------------------------------------------- */
 
-/** The version of these headers, first part. What a program runs with is another matter: the SONAME says what fits. */
+/** @name The version of these headers. What a program runs with is another matter: the SONAME says what fits
+ * @{ */
+/** Goes up with an incompatible change. */
 #define VYXSSIB_VERSION_MAJOR 2
-/** The version's second part. */
+/** Goes up with an addition. */
 #define VYXSSIB_VERSION_MINOR 0
-/** The version's third part. */
+/** Goes up with a correction. */
 #define VYXSSIB_VERSION_PATCH 0
+/** @} */
 
-/** Whether these headers are of the given version or of a later one; for the preprocessor, too. */
+/** Whether these headers are of the given version or of a later one; for the preprocessor's conditions. */
 #define VYXSSIB_VERSION_AT_LEAST(major, minor, patch) \
   (VYXSSIB_VERSION_MAJOR > (major) ||                 \
    (VYXSSIB_VERSION_MAJOR == (major) &&               \

@@ -8,7 +8,7 @@
 
 #include "VyxSSIBBackend.h"
 
-/** A status of vyxSsibStatusName; gone after it. */
+/* Only for the function below. */
 #define VYXSSIB_NAMED(status) \
   case status:                \
     return #status

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 
 #include "replacement.h"
@@ -20,21 +21,58 @@ constexpr const char *kFileName = "attributes.json";
 constexpr std::uint32_t kPatience = 10'000;  // milliseconds that another process may take to set an attribute
 constexpr int kDeepest = 16;                 // of what others have put into the file; a value of our own has depth 1
 
-// Tells a file from every other one and from its own earlier contents, without reading it: device, inode, size and time
-// of the last change.
-using Identity = std::array<std::int64_t, 5>;
+// Tells a file from every other one, and from what it was before, without reading it.
+struct Identity {
+  dev_t device;
+  ino_t inode;
+  nlink_t names;  // whoever replaces or removes a file takes one from it
+  off_t size;
+  std::array<std::int64_t, 4> times;  // of the last change of its contents, and of anything else
+  bool operator==(const Identity &) const = default;
+};
 
 Identity identityOf(const struct stat &info) {
-  return {static_cast<std::int64_t>(info.st_dev), static_cast<std::int64_t>(info.st_ino), info.st_size,
-          info.st_mtim.tv_sec, info.st_mtim.tv_nsec};
+  return {info.st_dev,
+          info.st_ino,
+          info.st_nlink,
+          info.st_size,
+          {info.st_mtim.tv_sec, info.st_mtim.tv_nsec, info.st_ctim.tv_sec, info.st_ctim.tv_nsec}};
 }
 
+// The file stays open after it was read: a look at it then takes no walk along its path, which is most of what the look
+// would cost. Where the path leads is looked at once after each visit to a partition: directories are moved rarely.
 struct Attributes {
-  std::string path;        // empty: nothing was read yet
-  Identity identity = {};  // all 0 without a file
+  std::string root;
+  unsigned visits = 0;
+  Descriptor file;  // none: nothing was read yet, or there was no file
+  Identity identity = {};
   json values = json::object();
 };
-Attributes cache;
+
+// Never destroyed: it would close a descriptor that may be the host's by then.
+Attributes &cache = *new Attributes;
+
+std::optional<Identity> identityOfOpenFile() {
+  struct stat info {};
+  if (fstat(cache.file.get(), &info) != 0) return std::nullopt;
+  return identityOf(info);
+}
+
+bool isCurrent(const std::string &root) {
+  if (cache.root != root || identityOfOpenFile() != cache.identity) return false;
+  if (cache.visits == partitionVisits()) return true;
+  struct stat info {};
+  cache.visits = partitionVisits();
+  return lstat((root + '/' + kFileName).c_str(), &info) == 0 && identityOf(info) == cache.identity;
+}
+
+// A host may have closed all that was open, as daemons do: then the number is nobody's, or another file's.
+void forget() {
+  const auto identity = identityOfOpenFile();
+  const bool isOurs = identity && identity->device == cache.identity.device && identity->inode == cache.identity.inode;
+  if (!isOurs) cache.file.release();
+  cache = {};
+}
 
 std::string readAll(const Descriptor &file) {
   std::string text;
@@ -57,46 +95,47 @@ json parse(const std::string &text) {
   return values;
 }
 
-void refresh(const std::string &path) {
+// The identity is what is found at the path after the open: a file that was replaced meanwhile is never taken for it.
+void refresh(const std::string &root) {
+  if (isCurrent(root)) return;
+  forget();
+  const std::string path = root + '/' + kFileName;
   struct stat info {};
   if (lstat(path.c_str(), &info) != 0) {
     if (errno != ENOENT) throw failureOf(errno);
-    cache = {path, {}, json::object()};
     return;
   }
-  if (cache.path == path && cache.identity == identityOf(info)) return;
-  const Descriptor file = openRegular(AT_FDCWD, path.c_str(), O_RDONLY);
-  const Identity identity = identityOf(statusOfFile(file));
-  cache = {path, identity, parse(readAll(file))};
+  Descriptor file = openRegular(AT_FDCWD, path.c_str(), O_RDONLY);
+  const Identity identity = identityOf(statusAt(AT_FDCWD, path.c_str()));
+  json values = parse(readAll(file));
+  cache = {root, partitionVisits(), std::move(file), identity, std::move(values)};
 }
 
-bool isCached(const char *name, const json &wanted) {
+bool hasValue(const char *name, int kind, int value) {
   const auto found = cache.values.find(name);
-  return found != cache.values.end() && *found == wanted;
+  return found != cache.values.end() && found->is_array() && found->size() == 2 && (*found)[0] == kind &&
+         (*found)[1] == value;
 }
 
-void store(const std::string &root, const std::string &path, json values) {
+void store(const std::string &root, const json &values) {
   Replacement replacement;
   replacement.begin(root, kFileName);
   require(replacement.write(values.dump(2) + '\n'), EFI_DEVICE_ERROR);
-  const Identity identity = identityOf(replacement.status());
   replacement.commit();
-  cache = {path, identity, std::move(values)};
 }
 
 // Without the lock, of two processes that set different attributes one could write back what it read before the other.
 void setAttribute(const char *name, int kind, int value) {
-  const json wanted = json::array({kind, value});
   const std::string root = rootPath() + "/.";  // the root itself may be a symbolic link
-  const std::string path = root + '/' + kFileName;
-  refresh(path);
-  if (isCached(name, wanted)) return;
+  refresh(root);
+  if (hasValue(name, kind, value)) return;
+  require(isUtf8(name), EFI_INVALID_PARAMETER);
   const Lock lock(root, kPatience);
-  refresh(path);
-  if (isCached(name, wanted)) return;
+  refresh(root);
+  if (hasValue(name, kind, value)) return;
   json values = cache.values;
-  values[name] = wanted;
-  store(root, path, std::move(values));
+  values[name] = json::array({kind, value});
+  store(root, values);
 }
 
 }  // namespace
@@ -108,7 +147,7 @@ extern "C" {
 
 // -1 when the attribute could not be set; a file that cannot be read or understood is left as it is.
 int CfgSetAttributeInt(const char *name, int kind, int value) {
-  if (name == nullptr || *name == '\0' || !isUtf8(name)) return -1;
+  if (name == nullptr || *name == '\0') return -1;
   return statusOf([&] { setAttribute(name, kind, value); }) == EFI_SUCCESS ? 0 : -1;
 }
 

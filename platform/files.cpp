@@ -18,6 +18,8 @@
 namespace vyx::platform {
 namespace {
 
+unsigned visits = 0;  // to partitions
+
 const char *setting(const char *name) {
   const char *value = std::getenv(name);
   return value != nullptr && *value != '\0' ? value : nullptr;
@@ -99,8 +101,13 @@ std::string rootPath() {
 }
 
 std::string partitionPath(const wchar_t *partition) {
+  ++visits;
   const std::string name = fileName(partition);
   return rootPath() + '/' + name;
+}
+
+unsigned partitionVisits() {
+  return visits;
 }
 
 std::string fileName(const wchar_t *name) {

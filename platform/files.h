@@ -39,6 +39,9 @@ std::string rootPath();
 // A partition's directory below the root.
 std::string partitionPath(const wchar_t *partition);
 
+// How often a client has asked for something in a partition.
+unsigned partitionVisits();
+
 // The name of a file or a partition. EFI_ACCESS_DENIED for one that is empty, begins with a dot, has a '/', is longer
 // than a file name may be or is not Unicode text: names outside the partition cannot be formed.
 std::string fileName(const wchar_t *name);

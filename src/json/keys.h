@@ -9,8 +9,8 @@
 namespace ssib {
 
 struct JsonKey {
-  std::string_view quoted;  // as it stands in the document
-  const char *lineStart;    // what the writer puts in front of the value
+  std::string_view quoted;     // as it stands in the document
+  std::string_view lineStart;  // what the writer puts in front of the value
   StringField field;
 };
 

@@ -43,7 +43,7 @@ void applyDefaultTimeout(SSIB_ENTRY &entry) {
 void addString(const StringField &field, const SSIB_ENTRY &source, SSIB_ENTRY_LIST &element) {
   char *copy = isValid(field.maskBit, element.fieldMask) ? copyText(source.*field.member) : nullptr;
   element.entry.*field.member = copy;
-  if (copy != nullptr) log(field.valueLine, copy);
+  if (copy != nullptr && vyxSsibDebug != nullptr) log(field.valueLine, copy);
 }
 
 // An element with copies of all that the entry points to; null when there is no memory for the element.
@@ -64,10 +64,14 @@ SSIB_LINK *findPoint(SSIB_LINK *point, const AddLocation &location) {
   return point;
 }
 
-void insert(SSIB_LINK *point, SSIB_ENTRY_LIST *element, const AddLocation &location) {
+void reportPoint(const AddLocation &location) {
   log(location.line);
   log(L"iAddToSSIBQueue - found insertion point based on priority");
   log(L"iAddToSSIBQueue - List is not null, adding BEFORE the found entry.");
+}
+
+void insert(SSIB_LINK *point, SSIB_ENTRY_LIST *element, const AddLocation &location) {
+  if (vyxSsibDebug != nullptr) reportPoint(location);
   element->next = *point;
   *point = element;
   log(L"iAddToSSIBQueue - Done.");

@@ -44,9 +44,10 @@ EFI_STATUS copyRecord(const SSIB2_PRIVATE_DATA *handle, SSIB_ENTRY *entry, const
 
 // Puts copies in the place of the list's texts.
 void copyTexts(SSIB_ENTRY &entry, std::span<const StringField> fields) {
+  const bool isReported = vyxSsibDebug != nullptr;
   for (const StringField &field : fields) {
     entry.*field.member = copyText(entry.*field.member);
-    log(field.copiedLine);
+    if (isReported) log(field.copiedLine);
   }
 }
 

@@ -27,19 +27,18 @@ constexpr XmlAttribute attribute(const char *name, const NumberField &number, st
   return {name, number.maskBit, nullptr, &number, kept};
 }
 
-// In the order in which they are added to a block. Each goes in front, so the document shows them
-// from the last to the first.
+// In the order of the document.
 inline constexpr XmlAttribute kBlockAttributes[] = {
-    attribute("JOB_ID", stringField(&SSIB_ENTRY::Job_ID)),
-    attribute("TASK_NAME", stringField(&SSIB_ENTRY::Task_Name)),
-    attribute("LU_CATEGORY", stringField(&SSIB_ENTRY::LU_Category)),
-    attribute("RB_REQ", numberField(offsetof(SSIB_ENTRY, RB_Req))),
-    attribute("RB_TYPE", numberField(offsetof(SSIB_ENTRY, RB_Type))),
-    attribute("TIMEOUT", numberField(offsetof(SSIB_ENTRY, Timeout)), 0xFFFF),
-    attribute("RTN_CODE", numberField(offsetof(SSIB_ENTRY, Rtn_Code))),
-    attribute("RT_COUNT", numberField(offsetof(SSIB_ENTRY, RT_Count))),
-    attribute("BLOCK_ID", numberField(offsetof(SSIB_ENTRY, Block_ID))),
     attribute("Version", numberField(offsetof(SSIB_ENTRY, Version))),
+    attribute("BLOCK_ID", numberField(offsetof(SSIB_ENTRY, Block_ID))),
+    attribute("RT_COUNT", numberField(offsetof(SSIB_ENTRY, RT_Count))),
+    attribute("RTN_CODE", numberField(offsetof(SSIB_ENTRY, Rtn_Code))),
+    attribute("TIMEOUT", numberField(offsetof(SSIB_ENTRY, Timeout)), 0xFFFF),
+    attribute("RB_TYPE", numberField(offsetof(SSIB_ENTRY, RB_Type))),
+    attribute("RB_REQ", numberField(offsetof(SSIB_ENTRY, RB_Req))),
+    attribute("LU_CATEGORY", stringField(&SSIB_ENTRY::LU_Category)),
+    attribute("TASK_NAME", stringField(&SSIB_ENTRY::Task_Name)),
+    attribute("JOB_ID", stringField(&SSIB_ENTRY::Job_ID)),
 };
 
 // Makes an empty root element.

@@ -35,17 +35,32 @@ bool replaceText(SSIB_TEXT *place, const char *text) {
   return text == nullptr || *place != nullptr;
 }
 
-bool readAttribute(const XML_ATTRIBUTE &source, SSIB_ENTRY_LIST &element) {
-  for (const XmlAttribute &attribute : kBlockAttributes) {
-    if (!isNamed(source.name, attribute.name)) continue;
-    element.fieldMask |= attribute.maskBit;
+// The attributes of one block, which mostly come in the order of the table.
+class AttributeReader {
+ public:
+  bool read(const XML_ATTRIBUTE &source, SSIB_ENTRY_LIST &element) {
+    const XmlAttribute *attribute = find(source.name);
+    if (attribute == nullptr) return true;
+    element.fieldMask |= attribute->maskBit;
     const char *value = textOf(source.value);
-    if (attribute.text != nullptr) return replaceText(&(element.entry.*attribute.text->member), value);
-    setNumber(element.entry, *attribute.number, parseNumber(value) & attribute.kept);
+    if (attribute->text != nullptr) return replaceText(&(element.entry.*attribute->text->member), value);
+    setNumber(element.entry, *attribute->number, parseNumber(value) & attribute->kept);
     return true;
   }
-  return true;
-}
+
+ private:
+  // The search begins after the attribute that was found last.
+  const XmlAttribute *find(const XML_STRING *name) {
+    for (std::size_t left = std::size(kBlockAttributes); left > 0; --left) {
+      const XmlAttribute *attribute = next_;
+      next_ = attribute + 1 == std::end(kBlockAttributes) ? kBlockAttributes : attribute + 1;
+      if (isNamed(name, attribute->name)) return attribute;
+    }
+    return nullptr;
+  }
+
+  const XmlAttribute *next_ = kBlockAttributes;
+};
 
 bool readCommand(const XML_NODE &child, SSIB_ENTRY &entry) {
   const char *command = textOf(child.value);
@@ -82,8 +97,9 @@ class ContentReader {
 
 bool readBlock(XML_SERVICE_PROTOCOL *service, const XML_NODE &block, SSIB_ENTRY_LIST &element) {
   element.priority = SSIB_PRIORITY_FROM_FILE;
+  AttributeReader attributes;
   for (const XML_ATTRIBUTE *attribute = block.attributes; attribute != nullptr; attribute = attribute->next) {
-    if (!readAttribute(*attribute, element)) return false;
+    if (!attributes.read(*attribute, element)) return false;
   }
   ContentReader content(service, element.entry);
   for (const XML_NODE *child = block.firstChild; child != nullptr; child = child->nextSibling) {

@@ -84,16 +84,16 @@ bool setValue(XML_NODE &node, std::string_view text) {
   return node.value != nullptr;
 }
 
-EFI_STATUS addAttribute(XML_NODE *node, const char *name, const char *value) {
+EFI_STATUS addAttribute(XML_NODE *node, XML_ATTRIBUTE **last, const char *name, const char *value) {
   if (node == nullptr) return EFI_INVALID_PARAMETER;
   std::unique_ptr<XML_ATTRIBUTE, FreeAttribute> attribute(newRecord<XML_ATTRIBUTE>().release());
   if (attribute == nullptr) return EFI_OUT_OF_RESOURCES;
   attribute->name = newString(orEmpty(name));
   attribute->value = newString(orEmpty(value));
   if (attribute->name == nullptr || attribute->value == nullptr) return EFI_OUT_OF_RESOURCES;
-  attribute->next = node->attributes;
-  if (node->attributes != nullptr) node->attributes->prev = attribute.get();
-  node->attributes = attribute.release();
+  attribute->prev = *last;
+  (*last == nullptr ? node->attributes : (*last)->next) = attribute.get();
+  *last = attribute.release();
   return EFI_SUCCESS;
 }
 

@@ -51,8 +51,9 @@ XmlTree newNode(XML_SERVICE_PROTOCOL *service, const char *name);
 // Gives an element without text one; false when there is no memory.
 bool setValue(XML_NODE &node, std::string_view text);
 
-// Puts an attribute in front of the node's others. A null name or value is stored as "".
-EFI_STATUS addAttribute(XML_NODE *node, const char *name, const char *value);
+// Appends an attribute. `last` is the node's last one, null when it has none, and is moved on to the new one. A null name
+// or value is stored as "".
+EFI_STATUS addAttribute(XML_NODE *node, XML_ATTRIBUTE **last, const char *name, const char *value);
 
 // Copies. Null gives null, and so does a record that cannot be allocated; what cannot be allocated inside of it is null
 // there, without any other sign.

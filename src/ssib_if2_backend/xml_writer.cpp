@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // From the entry list to the document tree of an XML queue file.
-#include <cstdio>
+#include <charconv>
+#include <iterator>
 #include <string_view>
 
 #include "ssib_if2_backend/xml_form.h"
@@ -31,17 +32,21 @@ EFI_STATUS addContent(XML_SERVICE_PROTOCOL *service, XML_NODE *block, const SSIB
   return isMissing(block->firstChild, entry.Node) ? EFI_OUT_OF_RESOURCES : EFI_SUCCESS;
 }
 
-EFI_STATUS addBlockAttribute(XML_NODE *block, const XmlAttribute &attribute, const SSIB_ENTRY &entry) {
-  if (attribute.text != nullptr) return addAttribute(block, attribute.name, entry.*attribute.text->member);
-  char digits[255];
-  std::snprintf(digits, sizeof(digits), "%d", static_cast<std::int32_t>(numberOf(entry, *attribute.number)));
-  return addAttribute(block, attribute.name, digits);
+EFI_STATUS addBlockAttribute(XML_NODE *block, XML_ATTRIBUTE **last, const XmlAttribute &attribute,
+                             const SSIB_ENTRY &entry) {
+  if (attribute.text != nullptr) return addAttribute(block, last, attribute.name, entry.*attribute.text->member);
+  char digits[sizeof("-2147483648")] = {};
+  std::to_chars(std::begin(digits), std::end(digits), static_cast<std::int32_t>(numberOf(entry, *attribute.number)));
+  return addAttribute(block, last, attribute.name, digits);
 }
 
+// Built in the order in which the service goes through them: blocks that are released in the order of their addresses
+// cost the heap a fraction of what scattered ones cost.
 EFI_STATUS addAttributes(XML_NODE *block, const SSIB_ENTRY_LIST &element) {
+  XML_ATTRIBUTE *last = nullptr;
   for (const XmlAttribute &attribute : kBlockAttributes) {
     if (!isValid(attribute.maskBit, element.fieldMask)) continue;
-    const EFI_STATUS status = addBlockAttribute(block, attribute, element.entry);
+    const EFI_STATUS status = addBlockAttribute(block, &last, attribute, element.entry);
     if (EFI_ERROR(status)) return status;
   }
   return EFI_SUCCESS;

@@ -133,39 +133,89 @@ TEST_F(Json, HugeTextsTakeLinearTimeAndNoStack) {
   EXPECT_EQ(parse("[" + std::string(kSize, '{') + "]"), "refused");
 }
 
+// The reader goes through an array in stretches of 4096 bytes: each length puts what follows elsewhere across the edge.
+TEST_F(Json, LongArraysEndWhereTheyAreBalanced) {
+  handle.debugProto = nullptr;
+  for (std::size_t length = 4080; length < 4100; ++length) {
+    const std::string start = "[" + std::string(length, ' ') + "[] [";
+    EXPECT_EQ(parse(start + "]]"), "read") << length;
+    EXPECT_EQ(parse(start + "]"), "refused") << length;
+    EXPECT_EQ(parse(start + "]]{}"), "refused") << length;
+  }
+}
+
 // ---- Beside a literal reader and writer
 
+using Random = std::minstd_rand;
+
+template <std::size_t size>
+std::string anyOf(const char *const (&pieces)[size], Random &random) {
+  return pieces[random() % size];
+}
+
+// Pieces that mean something to the reader, and some that do not.
+std::string randomPiece(Random &random) {
+  static const char *const pieces[] = {"\"JobType\" : \"UPDATE\",",
+                                       "\"DisplayName\":\"a\"",
+                                       "\"FQDD\"",
+                                       "      \"JOBID\" : \"",
+                                       "\"ResourceURI\" :",
+                                       "\"TargetVersion\"",
+                                       "\"ResourceTypes\"",
+                                       "\"",
+                                       "\"",
+                                       "{",
+                                       "}",
+                                       "{\n",
+                                       "}",
+                                       "[",
+                                       "]",
+                                       ":",
+                                       ",\n",
+                                       " \r\n",
+                                       "\t",
+                                       "17",
+                                       "dev-01",
+                                       "\\",
+                                       "\x80\xFF",
+                                       ""};
+  return anyOf(pieces, random);
+}
+
+std::string randomPieces(Random &random) {
+  std::string text = random() % 8 == 0 ? "" : "{ [{";
+  for (auto count = random() % 24; count != 0; --count) text += randomPiece(random);
+  return text + (random() % 4 == 0 ? "" : "}]}");
+}
+
+// A list as the writer makes it, with some values that are keys. A few pieces go in, or take the place of others.
+std::string damagedList(Random &random) {
+  static const char *const values[] = {"",
+                                       "",
+                                       "a",
+                                       "UPDATE",
+                                       "slot 1",
+                                       "JobType",
+                                       "FQDD",
+                                       "JOBID",
+                                       "ResourceURI",
+                                       "ResourceType",
+                                       "ResourceNamespace",
+                                       "TargetVersion"};
+  LiteralList jobs(1 + random() % 3);
+  for (LiteralJob &job : jobs)
+    for (auto &value : job) value = anyOf(values, random);
+  std::string text = literallyWrite(jobs);
+  for (auto count = random() % 4; count != 0; --count)
+    text.replace(random() % text.size(), random() % 3 == 0 ? random() % 80 : random() % 3, randomPiece(random));
+  return text;
+}
+
 TEST_F(Json, RandomTextsAreReadAsTheLiteralReaderDoes) {
-  const char *const pieces[] = {"\"JobType\" : \"UPDATE\",",
-                                "\"DisplayName\":\"a\"",
-                                "\"FQDD\"",
-                                "\"JOBID\" : \"\"",
-                                "\"ResourceURI\" :",
-                                "\"TargetVersion\"",
-                                "\"ResourceTypes\"",
-                                "\"",
-                                "\"",
-                                "{",
-                                "}",
-                                "{",
-                                "}",
-                                "[",
-                                "]",
-                                ":",
-                                ",",
-                                " \r\n",
-                                "\t",
-                                "17",
-                                "dev-01",
-                                "\\",
-                                "\x80\xFF",
-                                ""};
-  std::minstd_rand random;
+  Random random;
   handle.debugProto = nullptr;
-  for (int round = 0; round < 100000 && !HasFailure(); ++round) {
-    std::string text = round % 8 == 0 ? "" : "{ [{";
-    for (auto count = random() % 24; count != 0; --count) text += pieces[random() % std::size(pieces)];
-    if (round % 8 > 1) text += "}]}";
+  for (int round = 0; round < 60000 && !HasFailure(); ++round) {
+    const std::string text = round % 4 == 0 ? randomPieces(random) : damagedList(random);
     const std::vector<char> image(text.c_str(), text.c_str() + text.size() + 1);  // so that a look past it is seen
     const EFI_STATUS status = iParseFromJSON(&handle, image.data());
     EXPECT_EQ(std::pair(status, literalList(handle.ssibEntryListHead)), literallyRead(text)) << text;

@@ -119,9 +119,14 @@ TEST_F(XmlForm, ReadsTreesThatNoParserMakes) {
   job->value->text = version->name->text = nullptr;
   timeout->value = nullptr;
   EXPECT_EQ(listOf(*root), "[ mask=36]") << "attributes without text, and one without a name";
-  for (const char *value : {"2", "1"}) {  // each goes in front
-    for (const char *name : {"JOB_ID", "Version"}) ASSERT_EQ(ssib::addAttribute(block, name, value), EFI_SUCCESS);
+  XML_ATTRIBUTE *last = version->next;
+  for (const char *value : {"1", "2"}) {
+    for (const char *name : {"Version", "JOB_ID"}) {
+      ASSERT_EQ(ssib::addAttribute(block, &last, name, value), EFI_SUCCESS);
+    }
   }
+  std::free(last->value->text);
+  last->value->text = nullptr;
   EXPECT_EQ(listOf(*root), "[ Version=2 mask=36]") << "the last one holds";
 }
 
@@ -165,7 +170,8 @@ TEST_F(XmlForm, BlocksAreLinkedAsTheServiceReadsThem) {
   EXPECT_EQ(first->name->flags + command->value->flags + first->attributes->value->flags, 3U);
   EXPECT_TRUE(first->attributes->next->prev == first->attributes);
   EXPECT_EQ(ssib::create_xml_tree(service(), nullptr, &second, {}), EFI_INVALID_PARAMETER);
-  EXPECT_EQ(ssib::addAttribute(nullptr, "a", "b"), EFI_INVALID_PARAMETER);
+  XML_ATTRIBUTE *last = nullptr;
+  EXPECT_EQ(ssib::addAttribute(nullptr, &last, "a", "b"), EFI_INVALID_PARAMETER);
 }
 
 TEST_F(XmlForm, ACopyHasTheSameContentsAndItsOwnLinks) {

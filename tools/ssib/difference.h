@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// How two queues differ, or one queue at two times. An entry is the same job in both when all fields are the same, which
-// both forms store, or when it has the same identifier; the former is looked for first.
+// How two queues differ, or one queue at two times. An entry is the same job in both when all fields that both forms
+// store are the same, or when it has the same identifier; the former is looked for first.
 #pragma once
 
 #include <cstddef>

@@ -34,9 +34,15 @@ std::string resolved(const fs::path &directory) {
   return path;
 }
 
+// The partition need not be there, nor need the environment say where it would be.
 bool isThePartition(const std::string &directory) {
-  std::error_code error;  // the partition need not be there
-  return fs::equivalent(hostPartition(), directory, error);
+  std::error_code error;
+  try {
+    return fs::equivalent(hostPartition(), directory, error);
+  } catch (const Stop &stop) {
+    if (stop.status() == EFI_DEVICE_ERROR) return false;
+    throw;
+  }
 }
 
 // Where the copy lies that the library works on; gone with the place.

@@ -53,6 +53,7 @@ class Runner {
   void handle(std::size_t place);
   void settle(std::size_t place, const Ending &ending);
   void end(std::optional<std::size_t> place, const Ending &ending, const std::string &entry);
+  void lookAgain();
   void note(Exit exit, const std::string &text);
   bool goesOn() const { return request_.everything || request_.follow; }
 
@@ -63,7 +64,7 @@ class Runner {
   std::optional<Exit> outcome_;  // none before the first job
 };
 
-// Reads under the lock, whatever cannot be removed later is refused now.
+// Reads under the lock. What could not be removed later is refused now, before a command handles it.
 Queue Runner::openQueue() const {
   const ChangeLock lock({request_.queue});
   return openToChange(request_.queue, request_.force);
@@ -76,7 +77,7 @@ std::optional<std::size_t> Runner::firstPlace() const {
   return std::nullopt;
 }
 
-// Looks at the queue as it is now for the job that was at that place: the same in all fields, and next to it.
+// Looks in the queue as it is now for the job that was at that place: the same in all fields, nearest to it.
 std::optional<std::size_t> Runner::findAgain(std::size_t place) {
   if (queue_.isCurrent()) return place;
   Queue now = openToChange(request_.queue, request_.force);
@@ -151,6 +152,16 @@ void Runner::handle(std::size_t place) {
   settle(place, ending);
 }
 
+// An interruption ends the wait for the queue, and for its lock.
+void Runner::lookAgain() {
+  watch_.wait();
+  try {
+    if (!queue_.isCurrent()) queue_ = openQueue();
+  } catch (const Interrupted &) {
+    return;
+  }
+}
+
 Exit Runner::run() {
   while (!isInterrupted()) {
     const std::optional<std::size_t> place = firstPlace();
@@ -158,8 +169,7 @@ Exit Runner::run() {
       handle(*place);
       if (!goesOn()) return *outcome_;
     } else if (request_.follow) {
-      watch_.wait();
-      if (!queue_.isCurrent()) queue_ = openQueue();
+      lookAgain();
     } else {
       if (!outcome_) chosenPlaces(request_.selection, queue_);  // says why there is none
       return *outcome_;

@@ -128,6 +128,18 @@ TEST_F(Robust, NoFileTakesAStandardDescriptor) {
   })));
 }
 
+TEST_F(Robust, WhatAHostOpensInThePlaceOfADescriptorThatItClosedStaysOpen) {
+  EXPECT_TRUE(succeeded(startChild([] {
+    bool done = CfgSetAttributeInt("a", 6, 0) == 0 && CfgSetAttributeInt("a", 6, 0) == 0;
+    for (int number = 3; number < 64; ++number) close(number);
+    while (::open("/dev/null", O_RDONLY) < 63) continue;
+    for (int round = 0; round < 2; ++round) done = done && CfgSetAttributeInt("a", 6, 1) == 0;
+    struct stat status = {};
+    for (int number = 3; number < 64; ++number) done = done && fstat(number, &status) == 0 && S_ISCHR(status.st_mode);
+    return done;
+  })));
+}
+
 TEST_F(Robust, AWriteAsRootDoesNotLockTheOwnerOut) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   ASSERT_EQ(chown(base.c_str(), 65534, 65533), 0);
@@ -246,9 +258,10 @@ TEST_F(RobustTool, OneFailedCallIsRefusedOrHarmless) {
       const string given = (i % 2 == 0 ? "openat " : "fstatat ") + std::to_string(i / 2 + 1) + " 5";
       SCOPED_TRACE(string(command) + ": " + given);
       fs::create_directories(partition);
-      for (const string name : {"Main", "Sub"})
+      for (const string name : {"Main", "Sub"}) {
         fill(partition / (name + ".ssib"),
              "<SSIB_INFO><SSIB_BLOCK TASK_NAME=\"" + name + "\"><CMD_LINE>c</CMD_LINE></SSIB_BLOCK></SSIB_INFO>");
+      }
       auto [output, status] = run("VYX_FAULT='" + given + "' " SSIB_FAULTY " " + command);
       if (status == 4) status = 0;  // the job's own failure, which was to be
       EXPECT_TRUE(status == 0 || status == 3) << status << output;
@@ -281,7 +294,6 @@ TEST_F(RobustTool, OneFailedCallLeavesAFileElsewhereWhole) {
       EXPECT_NE(contentsOf(file).find("\"old\""), string::npos) << output;
       EXPECT_EQ(fs::status(file).permissions(), fs::perms{0640});
       EXPECT_EQ(std::distance(fs::directory_iterator(directory), {}), 1);
-      EXPECT_EQ(std::distance(fs::directory_iterator(base), {}), 1);
     }
   }
 }
