@@ -163,7 +163,8 @@ std::vector<Other> peersOf(std::string_view work) {
 }
 
 bool measureAll() {
-  bool good = kOnNullPlatform || (measureCycles(kXmlCycle, kTaskListCycle, Clock::kProcessor) & measureSyncedCycles());
+  bool good = kOnNullPlatform || measureCycles(kXmlCycle, kTaskListCycle, Clock::kProcessor);
+  good = (kOnNullPlatform || measureSyncedCycles()) && good;
   std::vector<Work> works = {
       workOf(kXmlOpen, openWay(kXml),
              {boundOf(boundOpen(kXml)), {"XML service alone", readingAndParsing, kMostOfService}}),
