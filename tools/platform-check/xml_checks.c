@@ -29,7 +29,7 @@ static XML_STRING *new_string(const char *text) {
 /* The name stays the caller's, who uses its place for something else. */
 static XML_NODE *new_node(const char *name, const char *value) {
   static char text[16];
-  strcpy(text, name);
+  snprintf(text, sizeof(text), "%s", name);
   const XML_STRING string = {1, text};
   XML_NODE *node = NULL;
   XML_SERVICE_PROTOCOL *service = xml_service();
