@@ -18,6 +18,7 @@
 #pragma weak vyxHostTerminalText
 #pragma weak vyxHostUnlockPartition
 #pragma weak vyxHostWideText
+#pragma weak vyxHostWriteStatus
 
 namespace tool {
 namespace {
@@ -91,6 +92,10 @@ std::string partitionPath(const std::string &below) {
   const Block<char> owner(path);
   if (status == EFI_SUCCESS) return escaped(path) + below;
   return "none of VARSK_ROOT, XDG_STATE_HOME and HOME is set";
+}
+
+EFI_STATUS writeStatus() {
+  return vyxHostWriteStatus != nullptr ? vyxHostWriteStatus() : EFI_SUCCESS;
 }
 
 std::vector<HostFile> partitionFiles() {

@@ -24,6 +24,9 @@ std::wstring wideName(const std::string &given);
 /** The partition's directory, or what is in it, safe for a terminal; or why there is none. */
 std::string partitionPath(const std::string &below = "");
 
+/** What the platform says of its last change, which the library does not pass on; EFI_SUCCESS where it says nothing. */
+EFI_STATUS writeStatus();
+
 struct HostFile {
   std::string name;
   std::size_t bytes;

@@ -76,6 +76,21 @@ void link(const Elements &elements, SSIB2_PRIVATE_DATA &handle) {
   handle.ssibEntryListHead = handle.ssibEntryListPtr = next;
 }
 
+// What a change has left is not known when it cannot be looked at.
+template <class Look>
+auto afterChange(Look look) {
+  try {
+    return look();
+  } catch (const Stop &stop) {
+    throw Unconfirmed(stop);
+  }
+}
+
+// What is there to see may still not outlast a power loss.
+void requireLasting(const std::string &action) {
+  afterChange([&] { require(writeStatus(), action); });
+}
+
 }  // namespace
 
 std::string plainName(const wchar_t *name) {
@@ -127,7 +142,8 @@ void requireExists(const QueueName &name, const std::string &action) {
 void deleteFile(const QueueName &name) {
   const std::string action = "delete " + name.shown();
   require(iDeleteSSIB(&gSSSIB2pvt, name.wide()), action);
-  if (exists(name, action)) refuse(action, EFI_DEVICE_ERROR);
+  if (afterChange([&] { return exists(name, action); })) refuse(action, EFI_DEVICE_ERROR);
+  requireLasting(action);
 }
 
 // Without the lock a file that a writer replaces between the library's two looks at it, the first for its size, seems
@@ -169,12 +185,13 @@ void Queue::store() {
   link(elements, *handle_);
   if (elements.empty() && form() == Form::TaskList) return deleteFile(name_);
   require(iFlushSSIBQueue(handle_), "write " + name_.shown());
-  const Queue read(name_, Access::Locked, "read back");
+  const Queue read = afterChange([&] { return Queue(name_, Access::Locked, "read back"); });
   const bool isStored =
       std::ranges::equal(elements, read.elements, [this](const SSIB_ENTRY_LIST *written, const SSIB_ENTRY_LIST *found) {
         return isGivenBack(form(), *written, *found);
       });
   if (!isStored) refuse("write " + name_.shown(), EFI_DEVICE_ERROR);
+  requireLasting("write " + name_.shown());
 }
 
 void release(const Elements &elements) {

@@ -25,6 +25,13 @@ class Stop : public std::runtime_error {
   EFI_STATUS status_;
 };
 
+/** Ends a command whose change may have been made: it cannot be looked at, or may not outlast a power loss. */
+class Unconfirmed : public Stop {
+ public:
+  explicit Unconfirmed(const Stop &stop)
+      : Stop(stop.exit(), std::string(stop.what()) + "; the change may have been made", stop.status()) {}
+};
+
 /** Ends the command with "cannot ACTION: STATUS". */
 [[noreturn]] inline void refuse(const std::string &action, EFI_STATUS status) {
   throw Stop(Exit::Refused, "cannot " + action + ": " + statusName(status), status);

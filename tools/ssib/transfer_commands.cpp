@@ -90,6 +90,8 @@ template <class Change>
 void changeSource(const QueueName &target, Change change) {
   try {
     change();
+  } catch (const Unconfirmed &) {
+    throw;
   } catch (const Stop &stop) {
     throw Stop(stop.exit(), std::string(stop.what()) + "; its entries are in " + target.shown() + " as well",
                stop.status());

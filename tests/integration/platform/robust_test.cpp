@@ -13,7 +13,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "faults.h"
+#include "support/faults.h"
 #include "HostPlatform.h"
 #include "VyxSSIBBackend.h"
 
@@ -227,38 +227,6 @@ class RobustTool : public Robust {
     return {output, WEXITSTATUS(pclose(pipe))};
   }
 };
-
-// Whatever fails, what the tool could not read it does not call missing, and it loses no entry.
-TEST_F(RobustTool, OneFailedCallIsRefusedOrHarmless) {
-  enum { Lists = 1, TakesSub = 2, LosesSub = 4, DeletesSub = 8 };
-  const std::pair<const char *, int> rows[] = {{"list", Lists},
-                                               {"add --job-id x", 0},
-                                               {"replace 1 --job-id x", 0},
-                                               {"remove 1 -q Sub.ssib", TakesSub | LosesSub},
-                                               {"copy 1 -q Sub.ssib --to Main.ssib", 0},
-                                               {"move 1 -q Sub.ssib --to Main.ssib", TakesSub},
-                                               {"delete -q Sub.ssib --yes", LosesSub | DeletesSub},
-                                               {"merge -q Sub.ssib --delete", DeletesSub}};
-  for (const auto &[command, does] : rows) {
-    for (int i = 0; i < 64; ++i) {
-      const string given = (i % 2 == 0 ? "openat " : "fstatat ") + std::to_string(i / 2 + 1) + " 5";
-      SCOPED_TRACE(string(command) + ": " + given);
-      fs::create_directories(partition);
-      for (const string name : {"Main", "Sub"})
-        fill(partition / (name + ".ssib"), "<SSIB_INFO><SSIB_BLOCK TASK_NAME=\"" + name +
-                                               "\"><CMD_LINE>c</CMD_LINE></SSIB_BLOCK></SSIB_INFO>");
-      const auto [output, status] = run("VYX_FAULT='" + given + "' " SSIB_FAULTY " " + command);
-      EXPECT_TRUE(status == 0 || status == 3) << status << output;
-      const string sub = contentsOf(partition / "Sub.ssib"), all = contentsOf(queue) + sub;
-      EXPECT_NE(all.find("\"Main\""), string::npos) << output;
-      EXPECT_TRUE((does & LosesSub) != 0 || all.find("\"Sub\"") != string::npos) << output;
-      if (status != 0) continue;
-      EXPECT_EQ(fs::exists(partition / "Sub.ssib"), (does & DeletesSub) == 0) << output;
-      EXPECT_EQ(sub.find("\"Sub\"") == string::npos, (does & (TakesSub | DeletesSub)) != 0) << output;
-      EXPECT_EQ(output.find(" Main ") != string::npos, does == Lists) << output;
-    }
-  }
-}
 
 TEST_F(RobustTool, WorksOnAPlatformWithoutTheStandInsFunctions) {
   const std::pair<const char *, std::pair<string, int>> rows[] = {
