@@ -18,6 +18,7 @@ using nlohmann::json;
 
 constexpr const char *kFileName = "attributes.json";
 constexpr std::uint32_t kPatience = 10'000;  // milliseconds that another process may take to set an attribute
+constexpr std::size_t kLargest = 1 << 20;    // bytes of a file that is read; an attribute takes about 50
 constexpr int kDeepest = 16;                 // of what others have put into the file; a value of our own has depth 1
 
 // Tells a file from every other one and from its own earlier contents, without reading it: device, inode, size and time
@@ -44,6 +45,7 @@ std::string readAll(const Descriptor &file) {
     require(count >= 0, EFI_DEVICE_ERROR);
     if (count == 0) return text;
     text.append(block, static_cast<std::size_t>(count));
+    require(text.size() <= kLargest, EFI_INVALID_PARAMETER);
   }
 }
 
