@@ -33,7 +33,7 @@ Identity identityOf(const struct stat &info) {
 struct Attributes {
   std::string path;        // empty: nothing was read yet
   Identity identity = {};  // all 0 without a file
-  json values = json::object();
+  json values;             // an object, or null where there is none: a library that is loaded allocates nothing
 };
 Attributes cache;
 

@@ -4,11 +4,13 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <map>
 #include <memory>
+#include <new>
 
 #include "HostPlatform.h"
 #include "replacement.h"
@@ -21,7 +23,8 @@ using Replacements = std::map<std::FILE *, std::unique_ptr<Replacement>>;
 // Of the streams open for writing. No lock guards them: calls are serialised by their callers. Never destroyed: the C
 // library flushes streams that are open when the process ends, after all destructors.
 Replacements &replacements() {
-  static auto &instance = *new Replacements;
+  alignas(Replacements) static std::byte memory[sizeof(Replacements)];
+  static auto &instance = *new (memory) Replacements;  // not on the heap: a close has nobody to tell that it is full
   return instance;
 }
 

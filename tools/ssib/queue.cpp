@@ -91,6 +91,13 @@ void requireLasting(const std::string &action) {
   afterChange([&] { require(writeStatus(), action); });
 }
 
+// The platform knows whether the old file stayed. Else the reading had too little memory, or the writing: an extra
+// content of which a part could not be copied is written without it.
+[[noreturn]] void refuseOther(const std::string &action) {
+  if (writeStatus() != EFI_SUCCESS) refuse(action, EFI_DEVICE_ERROR);
+  throw Stop(Exit::Refused, "cannot " + action + ": what is in the file now has to be looked at", EFI_DEVICE_ERROR);
+}
+
 }  // namespace
 
 std::string plainName(const wchar_t *name) {
@@ -141,6 +148,7 @@ void requireExists(const QueueName &name, const std::string &action) {
 
 void deleteFile(const QueueName &name) {
   const std::string action = "delete " + name.shown();
+  hasChangeBegun = true;
   require(iDeleteSSIB(&gSSSIB2pvt, name.wide()), action);
   if (afterChange([&] { return exists(name, action); })) refuse(action, EFI_DEVICE_ERROR);
   requireLasting(action);
@@ -184,13 +192,15 @@ Elements Queue::takeOut(const Places &places) {
 void Queue::store() {
   link(elements, *handle_);
   if (elements.empty() && form() == Form::TaskList) return deleteFile(name_);
+  hasChangeBegun = true;
   require(iFlushSSIBQueue(handle_), "write " + name_.shown());
   const Queue read = afterChange([&] { return Queue(name_, Access::Locked, "read back"); });
-  const bool isStored =
-      std::ranges::equal(elements, read.elements, [this](const SSIB_ENTRY_LIST *written, const SSIB_ENTRY_LIST *found) {
-        return isGivenBack(form(), *written, *found);
-      });
-  if (!isStored) refuse("write " + name_.shown(), EFI_DEVICE_ERROR);
+  const auto isStored = [this](const SSIB_ENTRY_LIST *written, const SSIB_ENTRY_LIST *found) {
+    return isGivenBack(form(), *written, *found);
+  };
+  if (!afterChange([&] { return std::ranges::equal(elements, read.elements, isStored); })) {
+    refuseOther("write " + name_.shown());
+  }
   requireLasting("write " + name_.shown());
 }
 

@@ -25,6 +25,9 @@ class Stop : public std::runtime_error {
   EFI_STATUS status_;
 };
 
+/** Whether a change has begun: a command that memory fails then may have made it. */
+inline bool hasChangeBegun = false;
+
 /** Ends a command whose change may have been made: it cannot be looked at, or may not outlast a power loss. */
 class Unconfirmed : public Stop {
  public:
