@@ -114,7 +114,7 @@ std::vector<HostFile> partitionFiles() {
     if (name.front() == '.' || name.ends_with(kPutAside)) continue;
     if (!entry.is_regular_file(gone) || entry.is_symlink(gone)) continue;
     const std::uintmax_t bytes = entry.file_size(gone);
-    if (!gone) files.push_back({name, static_cast<std::size_t>(bytes)});
+    if (!gone) files.push_back({name, bytes});
   }
   if (error) throw Stop(Exit::Refused, "cannot list " + escaped(path) + ": " + error.message());
   std::ranges::sort(files, {}, &HostFile::name);

@@ -29,7 +29,7 @@ EFI_STATUS writeStatus();
 
 struct HostFile {
   std::string name;
-  std::size_t bytes;
+  std::uintmax_t bytes;
 };
 
 /** What is added to the name of a damaged file that is put aside: it is no queue any more. */
