@@ -12,11 +12,11 @@ from disk import Disk
 
 ROOT, PARTITION = "a/b", "a/b/VAR025"  # below the base; the first write makes them
 ENOUGH = 10  # faults that each worker finds before it stops
-ERRORS = {"EIO": 5, "EMFILE": 24, "ENOSPC": 28, "EINTR": 4, "EDQUOT": 122, "half": 0}
+ERRORS = {"EIO": 5, "EMFILE": 24, "ENOSPC": 28, "EINTR": 4, "EDQUOT": 122, "EROFS": 30, "half": 0}
 FAULTS = collections.defaultdict(lambda: ["EIO"], {
     "open": ["EIO", "EMFILE"], "openat": ["EIO", "EMFILE", "ENOSPC"], "mkostemp": ["EMFILE", "ENOSPC", "EDQUOT"],
     "mkdir": ["EIO", "ENOSPC"], "write": ["EIO", "ENOSPC", "EDQUOT", "EINTR", "half"], "read": ["EIO", "EINTR", "half"],
-    "flock": ["EIO", "EINTR"], "fsync": ["EIO", "ENOSPC", "EDQUOT"], "renameat": ["EIO", "ENOSPC", "EDQUOT"]})
+    "flock": ["EIO", "EINTR"], "fsync": ["EIO", "EROFS"], "renameat": ["EIO", "ENOSPC", "EDQUOT"]})
 
 
 class Flash:
