@@ -6,7 +6,8 @@ What a cut or a fault leaves is looked at by the library and by the tool's stric
 or the new one, no job that both have may be missing, what was acknowledged has to be there, and the next write removes
 what was left over.
 """
-import argparse, collections, concurrent.futures, json, os, pathlib, random, re, shlex, shutil, signal, subprocess, sys, tempfile, time
+import argparse, collections, concurrent.futures, json, os, pathlib, random, re, shlex, shutil, signal, subprocess
+import sys, tempfile, time
 
 from disk import Disk
 
@@ -247,7 +248,8 @@ def fail_calls(life, flash, arguments, worker):
         fault = "any %d %d %d" % (nth, ERRORS[error], lasts)
         wrong = len(report.bad) < ENOUGH and wrong_with_fault(life, flash, report, i, fault)
         if wrong:
-            report.fail("%s: %s %s%s (VYX_FAULT='%s'): %s" % (life.commands[i], call, error, ", lasting" * lasts, fault, wrong))
+            what = "%s %s%s, VYX_FAULT='%s'" % (call, error, ", lasting" * lasts, fault)
+            report.fail("%s: %s: %s" % (life.commands[i], what, wrong))
     return report
 
 
