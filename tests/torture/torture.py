@@ -228,8 +228,8 @@ def wrong_with_fault(life, flash, report, i, fault):
         # The JSON library releases its values, and the C++ library lists a directory, with memory that it must have.
         report.counts["ended by these libraries"] += 1
         is_refused = True
-    if "has to be looked at" in error:  # an extra content that the library has written in part
-        return litter
+    if "has to be looked at" in error and fault.startswith("malloc"):
+        return litter  # an extra content that the library has written in part
     wrong = wrong_with(found, litter, *wanted) if is_done or is_refused else "neither done nor refused"
     if is_done and record and not wrong:
         flash.fill(disk.lasting())
