@@ -4,12 +4,13 @@
 
 PRESET ?= i686
 FUZZ_SECONDS ?= 60
+SEED ?= 1
 BUILD := build/$(PRESET)
 SETUP := @scripts/setup $(PRESET)
 CONFIGURE := @[ -e $(BUILD)/build.ninja ] || cmake --preset $(PRESET)
 COMPILE := @cmake --build --preset $(PRESET)
 
-.PHONY: build demo test bench fuzz coverage abi dist docs packages format lint install clean
+.PHONY: build demo test torture bench fuzz coverage abi dist docs packages format lint install clean
 
 build:
 	$(SETUP)
@@ -27,6 +28,12 @@ test:
 	$(CONFIGURE)
 	$(COMPILE)
 	@ctest --preset $(PRESET)
+
+torture:
+	$(SETUP) test
+	$(CONFIGURE)
+	$(COMPILE) --target ssib_faulty torture_checker
+	@scripts/torture $(PRESET) --seed $(SEED)
 
 bench:
 	$(SETUP) bench

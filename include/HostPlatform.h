@@ -68,6 +68,15 @@ EFI_STATUS vyxHostLockPartition(const wchar_t *partition, uint32_t milliseconds,
 void vyxHostUnlockPartition(VYX_HOST_LOCK *lock);
 
 /**
+ * Whether the partition storage has made the last change of this process last: what the last close of a stream that was
+ * open for writing, or the last deletion, returned. The library does not pass that on.
+ *
+ * @retval EFI_SUCCESS  there was none yet, or it outlasts a power loss, as far as VARSK_SYNC asks for that
+ * @return otherwise the failure; the change may have been made all the same
+ */
+EFI_STATUS vyxHostWriteStatus(void);
+
+/**
  * The name of a status in the headers, "EFI_NOT_FOUND" for example.
  *
  * @return a text that lives as long as the stand-in is loaded; null for a status without a name

@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstddef>
+#include <new>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -19,6 +21,7 @@ using nlohmann::json;
 
 constexpr const char *kFileName = "attributes.json";
 constexpr std::uint32_t kPatience = 10'000;  // milliseconds that another process may take to set an attribute
+constexpr std::size_t kLargest = 1 << 20;    // bytes of a file that is read; an attribute takes about 50
 constexpr int kDeepest = 16;                 // of what others have put into the file; a value of our own has depth 1
 
 // Tells a file from every other one, and from what it was before, without reading it.
@@ -46,11 +49,13 @@ struct Attributes {
   unsigned visits = 0;
   Descriptor file;  // none: nothing was read yet, or there was no file
   Identity identity = {};
-  json values = json::object();
+  json values;  // an object, or null where there is none
 };
 
-// Never destroyed: it would close a descriptor that may be the host's by then.
-Attributes &cache = *new Attributes;
+// Never destroyed: it would close a descriptor that may be the host's by then. Not on the heap: a library that is
+// loaded allocates nothing.
+alignas(Attributes) std::byte place[sizeof(Attributes)];
+Attributes &cache = *new (place) Attributes;
 
 std::optional<Identity> identityOfOpenFile() {
   struct stat info {};
@@ -82,6 +87,7 @@ std::string readAll(const Descriptor &file) {
     require(count >= 0, EFI_DEVICE_ERROR);
     if (count == 0) return text;
     text.append(block, static_cast<std::size_t>(count));
+    require(text.size() <= kLargest, EFI_INVALID_PARAMETER);
   }
 }
 

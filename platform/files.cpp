@@ -50,11 +50,13 @@ void makeDirectory(const std::string &path, const std::string &above) {
   giveTo(owner, openDirectory(path, O_RDONLY));
 }
 
-// A directory that may be passed but not read was not made by a writer.
+// A directory that may be passed but not read was not made by a writer, nor was one that cannot be written.
 void syncDirectory(const std::string &path) {
   const int opened = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (opened < 0 && errno == EACCES) return;
-  sync(Descriptor(opened));
+  const Descriptor directory(opened);
+  const bool isReadOnly = faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0 && errno == EROFS;
+  if (!isReadOnly) sync(directory);
 }
 
 // A lock file made by root has to be usable by the service that owns the directory.
@@ -172,9 +174,10 @@ bool writeAll(int descriptor, std::string_view text) {
   return true;
 }
 
-// EINVAL and EROFS: the file system keeps nothing back that could be lost.
+// EINVAL: the file system keeps nothing back that could be lost. EROFS is no such sign: a file system that has met an
+// error becomes read-only, with what was written in memory alone.
 void sync(const Descriptor &file) {
-  require(!isDurable() || fsync(file.get()) == 0 || errno == EINVAL || errno == EROFS, EFI_DEVICE_ERROR);
+  require(!isDurable() || fsync(file.get()) == 0 || errno == EINVAL, EFI_DEVICE_ERROR);
 }
 
 // The system gives the lock up with the process, however that ends.

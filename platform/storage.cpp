@@ -4,12 +4,15 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <map>
 #include <memory>
+#include <new>
 
+#include "HostPlatform.h"
 #include "replacement.h"
 
 namespace vyx::platform {
@@ -30,6 +33,8 @@ Outputs &outputs() {
   static auto &instance = *new (place) Outputs;
   return instance;
 }
+
+EFI_STATUS lastChange = EFI_SUCCESS;
 
 bool isMode(const char *mode, const char *wanted) {
   return mode != nullptr && std::strcmp(mode, wanted) == 0;
@@ -101,18 +106,23 @@ EFI_STATUS varsk_fclose_1(const wchar_t *, FILE *stream, const char *mode) {
   const bool isClosed = std::fclose(stream) == 0;
   if (!isMode(mode, written.empty() ? "r" : "w")) return EFI_INVALID_PARAMETER;
   if (written.empty()) return EFI_SUCCESS;
-  return isIntact && isClosed ? statusOf([&] { written.mapped()->replacement.commit(); }) : EFI_DEVICE_ERROR;
+  lastChange = isIntact && isClosed ? statusOf([&] { written.mapped()->replacement.commit(); }) : EFI_DEVICE_ERROR;
+  return lastChange;
 }
 
 EFI_STATUS varsk_fdelete_1(const wchar_t *partition, const wchar_t *fileName) {
   if (partition == nullptr || fileName == nullptr) return EFI_INVALID_PARAMETER;
-  return statusOf([&] {
-    const std::string path = partitionPath(partition), name = vyx::platform::fileName(fileName);
-    const Descriptor directory = openDirectory(path, O_RDONLY);
-    require(S_ISREG(statusAt(directory.get(), name.c_str()).st_mode), EFI_ACCESS_DENIED);
-    if (unlinkat(directory.get(), name.c_str(), 0) != 0) throw failureOf(errno);
-    sync(directory);
-  });
+  return lastChange = statusOf([&] {
+           const std::string path = partitionPath(partition), name = vyx::platform::fileName(fileName);
+           const Descriptor directory = openDirectory(path, O_RDONLY);
+           require(S_ISREG(statusAt(directory.get(), name.c_str()).st_mode), EFI_ACCESS_DENIED);
+           if (unlinkat(directory.get(), name.c_str(), 0) != 0) throw failureOf(errno);
+           sync(directory);
+         });
+}
+
+EFI_STATUS vyxHostWriteStatus(void) {
+  return lastChange;
 }
 
 // A file of more than 4 GiB - 1 has that size, and so has one whose size cannot be found out.

@@ -101,6 +101,8 @@ Exit takeEntries(const Request &request) {
   release(queue.takeOut(places));
   try {
     queue.store();
+  } catch (const Unconfirmed &) {
+    throw;
   } catch (const Stop &stop) {
     throw Stop(stop.exit(), std::string(stop.what()) + "; what was shown was not removed", stop.status());
   }

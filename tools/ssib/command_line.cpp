@@ -27,6 +27,7 @@ struct Arguments {
   std::string location = "append-lo";
   std::vector<std::string> matches, unset, unlessMatch, queues, handler;
   GivenFields fields;
+  const CLI::Option *queueOption = nullptr, *fileOption = nullptr;  // looking for them by name could take memory
   bool json = false, deleteFile = false, inPlace = false, dropFields = false, everything = false, yes = false;
   bool force = false, follow = false;
 };
@@ -205,12 +206,14 @@ void declareAll(CLI::App &app, Arguments &arguments) {
     if (app.get_subcommands().empty()) return "ssib " SSIB_VERSION;
     throw Stop(Exit::Usage, "--version stands alone; the field's option is --version-number");
   });
-  app.add_option("-q,--queue", arguments.queue, "name of the queue's file; works after the command, too")
-      ->type_name("NAME")
-      ->capture_default_str();
-  app.add_option("-f,--file", arguments.file, "a queue file anywhere; -: standard input, for commands that only look")
-      ->type_name("PATH")
-      ->excludes("--queue");
+  arguments.queueOption =
+      app.add_option("-q,--queue", arguments.queue, "name of the queue's file; works after the command, too")
+          ->type_name("NAME")
+          ->capture_default_str();
+  arguments.fileOption = app.add_option("-f,--file", arguments.file,
+                                        "a queue file anywhere; -: standard input, for commands that only look")
+                             ->type_name("PATH")
+                             ->excludes("--queue");
   app.add_option("--wait", arguments.wait, "how long to wait for other commands; default: until they are done")
       ->type_name("SECONDS");
   app.footer(kFooter);
@@ -259,8 +262,9 @@ Parsed parseCommandLine(int argc, char **argv) {
   }
   const std::string name = app.get_subcommands().front()->get_name();
   for (const Command &command : commands()) {
-    if (name == command.name)
-      return {&command, requestOf(command, arguments, app.count("--queue") + app.count("--file") != 0)};
+    if (name != command.name) continue;
+    return {&command,
+            requestOf(command, arguments, arguments.queueOption->count() + arguments.fileOption->count() != 0)};
   }
   printHelp(app, arguments.helpOn);
   return {};

@@ -3,6 +3,9 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstddef>
+#include <string_view>
 #include <utility>
 
 namespace tool {
@@ -25,5 +28,15 @@ class Descriptor {
  private:
   int number_;
 };
+
+/** Whether all of it could be written, errno says why not. */
+inline bool writeAll(int file, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count = write(file, bytes.data(), bytes.size());
+    if (count < 0 && errno != EINTR) return false;
+    bytes.remove_prefix(count < 0 ? 0 : static_cast<std::size_t>(count));
+  }
+  return true;
+}
 
 }  // namespace tool

@@ -12,6 +12,7 @@
 #include <memory>
 #include <string_view>
 
+#include "descriptor.h"
 #include "host.h"
 #include "stop.h"
 
@@ -23,35 +24,40 @@ struct CloseFile {
 };
 using Stream = std::unique_ptr<std::FILE, CloseFile>;
 
+Stop failure(const char *action, const std::string &path, const char *why = std::strerror(errno)) {
+  return {Exit::Refused, std::string("cannot ") + action + " " + escaped(path) + ": " + why};
+}
+
 [[noreturn]] void fail(const char *action, const std::string &path, const char *why = std::strerror(errno)) {
-  throw Stop(Exit::Refused, std::string("cannot ") + action + " " + escaped(path) + ": " + why);
+  throw failure(action, path, why);
 }
 
 std::string directoryOfPath(const std::string &path) {
   return path.substr(0, path.rfind('/') + 1) + ".";
 }
 
-// As the stand-in does for its own files: EINVAL and EROFS mean that nothing is kept back that could be lost.
+// As the stand-in does for its own files: EINVAL means that nothing is kept back that could be lost.
 bool sync(int descriptor) {
   const char *setting = std::getenv("VARSK_SYNC");
   if (setting != nullptr && std::string_view(setting) == "0") return true;
-  return fsync(descriptor) == 0 || errno == EINVAL || errno == EROFS;
+  return fsync(descriptor) == 0 || errno == EINVAL;
 }
 
+// After a change of a name in it. A directory that may be written but not read has to do without.
 void syncDirectoryOf(const std::string &path) {
-  const Stream directory(std::fopen(directoryOfPath(path).c_str(), "re"));
-  if (directory != nullptr && !sync(fileno(directory.get()))) fail("write", path);
+  const Descriptor directory(open(directoryOfPath(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (directory.get() < 0 ? errno == EACCES : sync(directory.get())) return;
+  throw Unconfirmed(failure("write", path));
 }
 
 // The new file beside the old one, which is gone again unless it has taken its place.
 class Replacement {
  public:
   explicit Replacement(const std::string &path)
-      : target_(path), temporary_(path.substr(0, path.rfind('/') + 1) + ".ssib-XXXXXX") {
-    const int opened = mkostemp(temporary_.data(), O_CLOEXEC);
-    if (opened < 0) fail("write beside", path);
-    stream_.reset(fdopen(opened, "w"));
-    if (stream_ == nullptr) fail("write beside", path);
+      : target_(path),
+        temporary_(path.substr(0, path.rfind('/') + 1) + ".ssib-XXXXXX"),
+        file_(mkostemp(temporary_.data(), O_CLOEXEC)) {
+    if (file_.get() < 0) fail("write beside", path);
   }
   ~Replacement() {
     if (!temporary_.empty()) unlink(temporary_.c_str());
@@ -61,7 +67,7 @@ class Replacement {
 
   // A group that the file cannot be given does not get the rights of the one that had them.
   void setOwnerAndMode(const struct stat &old) const {
-    const int file = fileno(stream_.get());
+    const int file = file_.get();
     constexpr uid_t kSame = static_cast<uid_t>(-1);
     const bool hasGroup = fchown(file, old.st_uid, old.st_gid) == 0 || fchown(file, kSame, old.st_gid) == 0;
     const mode_t mode = old.st_mode & 0777;
@@ -69,8 +75,7 @@ class Replacement {
   }
 
   void commit(const std::string &bytes) {
-    const bool isWritten = std::fwrite(bytes.data(), 1, bytes.size(), stream_.get()) == bytes.size() &&
-                           std::fflush(stream_.get()) == 0 && sync(fileno(stream_.get()));
+    const bool isWritten = writeAll(file_.get(), bytes) && sync(file_.get());
     if (!isWritten || std::rename(temporary_.c_str(), target_.c_str()) != 0) fail("write", target_);
     temporary_.clear();
     syncDirectoryOf(target_);
@@ -78,7 +83,7 @@ class Replacement {
 
  private:
   std::string target_, temporary_;
-  Stream stream_;
+  Descriptor file_;
 };
 
 }  // namespace

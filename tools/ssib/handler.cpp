@@ -25,13 +25,7 @@ namespace {
 
 // A file in memory, not a pipe: the command may end before it has read, or never read at all.
 bool fill(int file, const std::string &text) {
-  for (std::size_t done = 0; done < text.size();) {
-    const ssize_t count = write(file, text.data() + done, text.size() - done);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return false;
-    done += static_cast<std::size_t>(count);
-  }
-  return lseek(file, 0, SEEK_SET) == 0;
+  return writeAll(file, text) && lseek(file, 0, SEEK_SET) == 0;
 }
 
 std::vector<std::string> environmentWith(const Variables &variables) {

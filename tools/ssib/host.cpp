@@ -16,6 +16,7 @@
 #pragma weak vyxHostStatusName
 #pragma weak vyxHostTerminalText
 #pragma weak vyxHostWideText
+#pragma weak vyxHostWriteStatus
 
 namespace tool {
 namespace {
@@ -88,6 +89,10 @@ std::string partitionPath(const std::string &below) {
   return escaped(path) + below;
 }
 
+EFI_STATUS writeStatus() {
+  return vyxHostWriteStatus != nullptr ? vyxHostWriteStatus() : EFI_SUCCESS;
+}
+
 std::vector<HostFile> partitionFiles() {
   const std::string path = hostPartition();
   std::vector<HostFile> files;
@@ -101,7 +106,7 @@ std::vector<HostFile> partitionFiles() {
     if (name.front() == '.' || name.ends_with(kPutAside)) continue;
     if (!entry.is_regular_file(gone) || entry.is_symlink(gone)) continue;
     const std::uintmax_t bytes = entry.file_size(gone);
-    if (!gone) files.push_back({name, static_cast<std::size_t>(bytes)});
+    if (!gone) files.push_back({name, bytes});
   }
   if (error) throw Stop(Exit::Refused, "cannot list " + escaped(path) + ": " + error.message());
   std::ranges::sort(files, {}, &HostFile::name);

@@ -27,9 +27,12 @@ std::string partitionPath(const std::string &below = "");
 /** The partition's directory. Throws Stop when the platform or the environment does not say where it is. */
 std::string hostPartition();
 
+/** What the platform says of its last change, which the library does not pass on; EFI_SUCCESS where it says nothing. */
+EFI_STATUS writeStatus();
+
 struct HostFile {
   std::string name;
-  std::size_t bytes;
+  std::uintmax_t bytes;
 };
 
 /** What is added to the name of a damaged file that is put aside: it is no queue any more. */

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <variant>
@@ -29,7 +30,7 @@ std::vector<GivenFields> parseEntries(const std::string &text);
 std::string eventAsJson(const Queue &queue, std::size_t place, const char *event, const std::string &changed);
 
 /** An object of plain values. */
-using Record = std::vector<std::pair<std::string, std::variant<std::size_t, bool, std::string>>>;
+using Record = std::vector<std::pair<std::string, std::variant<std::uintmax_t, bool, std::string>>>;
 
 std::string recordAsJson(const Record &record);
 std::string recordsAsJson(const std::vector<Record> &records);

@@ -43,7 +43,10 @@ Exit run(int argc, char **argv) {
   } catch (const Stop &stop) {
     return fail(parsed, isJson, stop);
   } catch (const std::bad_alloc &) {
-    return fail(parsed, false, Stop(Exit::Refused, "out of memory"));
+    // A message in another form would take memory.
+    std::fputs(hasChangeBegun ? "ssib: out of memory; the change may have been made\n" : "ssib: out of memory\n",
+               stderr);
+    return Exit::Refused;
   } catch (const std::exception &error) {
     return fail(parsed, isJson, Stop(Exit::Refused, escaped(error.what())));
   }

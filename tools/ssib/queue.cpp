@@ -65,6 +65,28 @@ void link(const Elements &elements, SSIB2_PRIVATE_DATA &handle) {
   handle.ssibEntryListHead = handle.ssibEntryListPtr = next;
 }
 
+// What a change has left is not known when it cannot be looked at.
+template <class Look>
+auto afterChange(Look look) {
+  try {
+    return look();
+  } catch (const Stop &stop) {
+    throw Unconfirmed(stop);
+  }
+}
+
+// What is there to see may still not outlast a power loss.
+void requireLasting(const std::string &action) {
+  afterChange([&] { require(writeStatus(), action); });
+}
+
+// The platform knows whether the old file stayed. Else the reading had too little memory, or the writing: an extra
+// content of which a part could not be copied is written without it.
+[[noreturn]] void refuseOther(const std::string &action) {
+  if (writeStatus() != EFI_SUCCESS) refuse(action, EFI_DEVICE_ERROR);
+  throw Stop(Exit::Refused, "cannot " + action + ": what is in the file now has to be looked at", EFI_DEVICE_ERROR);
+}
+
 }  // namespace
 
 std::string plainName(const wchar_t *name) {
@@ -126,12 +148,14 @@ void requireExists(const QueueName &name, const std::string &action) {
 
 void deleteFile(const QueueName &name) {
   const std::string action = "delete " + name.shown();
+  hasChangeBegun = true;
   {
     const AtPlace there(name);
     require(iDeleteSSIB(&gSSSIB2pvt, name.wide()), action);
     there.putBack();
   }
-  if (exists(name, action)) refuse(action, EFI_DEVICE_ERROR);
+  if (afterChange([&] { return exists(name, action); })) refuse(action, EFI_DEVICE_ERROR);
+  requireLasting(action);
 }
 
 // Without the lock a file that a writer replaces between the library's two looks at it, the first for its size, seems
@@ -203,17 +227,19 @@ Queue::Handle Queue::newHandle(const QueueName &name) {
 void Queue::store() {
   link(elements, *handle_);
   if (elements.empty() && form() == Form::TaskList) return deleteFile(name_);
+  const std::string action = "write " + name_.shown();
+  hasChangeBegun = true;
   {
     const AtPlace there(name_);
-    require(iFlushSSIBQueue(handle_.get()), "write " + name_.shown());
+    require(iFlushSSIBQueue(handle_.get()), action);
     there.putBack();
   }
-  Queue read(name_, Access::Locked, "read back");
-  const bool isStored =
-      std::ranges::equal(elements, read.elements, [this](const SSIB_ENTRY_LIST *written, const SSIB_ENTRY_LIST *found) {
-        return isGivenBack(form(), *written, *found);
-      });
-  if (!isStored) refuse("write " + name_.shown(), EFI_DEVICE_ERROR);
+  Queue read = afterChange([&] { return Queue(name_, Access::Locked, "read back"); });
+  const auto isStored = [this](const SSIB_ENTRY_LIST *written, const SSIB_ENTRY_LIST *found) {
+    return isGivenBack(form(), *written, *found);
+  };
+  if (!afterChange([&] { return std::ranges::equal(elements, read.elements, isStored); })) refuseOther(action);
+  requireLasting(action);
   version_ = std::move(read.version_);
 }
 

@@ -62,7 +62,7 @@ bool exists(const QueueName &name, const std::string &action);
 /** Throws Stop when there is no such file. */
 void requireExists(const QueueName &name, const std::string &action);
 
-/** Deletes the file and looks whether it is gone. Throws Stop. */
+/** Deletes the file and looks whether it is gone. Throws Stop; Unconfirmed when it may be. */
 void deleteFile(const QueueName &name);
 
 /** The elements of a queue in the order in which they are to be written. */
@@ -100,7 +100,7 @@ class Queue {
 
   /**
    * Writes the elements to the file and makes sure that it gives them back; the file of a task list without any is
-   * deleted, because the form has no empty list. Throws Stop.
+   * deleted, because the form has no empty list. Throws Stop; Unconfirmed when the file may be the new one.
    */
   void store();
 

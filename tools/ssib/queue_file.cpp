@@ -14,6 +14,10 @@ std::optional<std::string> storedBytes(const QueueName &name) {
   const EFI_STATUS status = varsk_fopen_1(sVarskPartition, name.wide(), "r", &stream);
   if (status == EFI_NOT_FOUND) return std::nullopt;
   if (stream == nullptr) refuse("open " + name.shown(), status == EFI_SUCCESS ? EFI_DEVICE_ERROR : status);
+  if (getSize(stream) == UINT32_MAX) {  // the library refuses it without reading it
+    varsk_fclose_1(sVarskPartition, stream, "r");
+    refuse("open " + name.shown(), EFI_OUT_OF_RESOURCES);
+  }
   std::string bytes;
   char chunk[BUFSIZ];
   for (std::size_t read = 0; (read = std::fread(chunk, 1, sizeof(chunk), stream)) > 0;) bytes.append(chunk, read);

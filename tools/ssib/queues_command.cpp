@@ -10,7 +10,8 @@ namespace {
 
 struct Found {
   std::string name, form, problem;
-  std::size_t entries, bytes;
+  std::size_t entries;
+  std::uintmax_t bytes;
 };
 
 Found lookAt(const HostFile &file) {

@@ -128,12 +128,15 @@ void Runner::end(std::optional<std::size_t> place, const Ending &ending, const s
 
 void Runner::settle(std::size_t place, const Ending &ending) {
   const std::string entry = "entry " + std::to_string(place + 1) + " of " + request_.queue.shown();
-  const std::string stays = "; the command " + ending.text() + ", and " + entry + " was not removed";
+  const std::string handled = "; the command " + ending.text();
+  const std::string stays = handled + ", and " + entry + " was not removed";
   setLockInterruption(isInterruptedAgain);
   try {
     const ChangeLock lock(request_.failedTo ? std::vector{request_.queue, *request_.failedTo}
                                             : std::vector{request_.queue});
     end(findAgain(place), ending, entry);
+  } catch (const Unconfirmed &stop) {
+    throw Stop(stop.exit(), stop.what() + handled, stop.status());
   } catch (const Stop &stop) {
     throw Stop(stop.exit(), stop.what() + stays, stop.status());
   } catch (const Interrupted &) {

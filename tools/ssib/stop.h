@@ -33,6 +33,16 @@ class Stop : public std::runtime_error {
   EFI_STATUS status_;
 };
 
+/** Whether a change has begun: a command that memory fails then may have made it. */
+inline bool hasChangeBegun = false;
+
+/** Ends a command whose change may have been made: it cannot be looked at, or may not outlast a power loss. */
+class Unconfirmed : public Stop {
+ public:
+  explicit Unconfirmed(const Stop &stop)
+      : Stop(stop.exit(), std::string(stop.what()) + "; the change may have been made", stop.status()) {}
+};
+
 /** Ends the command with "cannot ACTION: STATUS". */
 [[noreturn]] inline void refuse(const std::string &action, EFI_STATUS status) {
   throw Stop(Exit::Refused, "cannot " + action + ": " + statusName(status), status);

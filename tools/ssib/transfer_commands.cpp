@@ -91,6 +91,8 @@ template <class Change>
 void changeSource(const QueueName &target, Change change) {
   try {
     change();
+  } catch (const Unconfirmed &) {
+    throw;
   } catch (const Stop &stop) {
     throw Stop(stop.exit(), std::string(stop.what()) + "; its entries are in " + target.shown() + " as well",
                stop.status());
@@ -119,6 +121,10 @@ std::size_t transferWithin(const Request &request, bool isMove) {
   Queue queue = openToChange(request.queue, request.force);
   const Places places = chosenPlaces(request.selection, queue);
   Queue copies(request.queue);
+  const bool isWhole = std::ranges::equal(
+      queue.elements, copies.elements,
+      [&](const SSIB_ENTRY_LIST *one, const SSIB_ENTRY_LIST *other) { return isSame(queue.form(), *one, *other); });
+  if (!isWhole) refuse("open " + request.queue.shown(), EFI_OUT_OF_RESOURCES);
   const std::size_t others = queue.elements.size() - (isMove ? places.size() : 0);
   const std::size_t place = placeIn(queue.name(), others, request.toPlace);
   const Elements carried = (isMove ? queue : copies).takeOut(places);

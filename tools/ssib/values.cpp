@@ -36,8 +36,9 @@ OwnedNode parsedNode(const std::string &text) {
   XML_SERVICE_PROTOCOL *xml = gSSSIB2pvt.XMLProto;
   const XML_STRING image = {1, document.data()};
   XML_NODE *root = nullptr;
-  if (xml->ParseImage(xml, &image, &root) != EFI_SUCCESS) return nullptr;
-  return OwnedNode(root);
+  const EFI_STATUS status = xml->ParseImage(xml, &image, &root);
+  if (status == EFI_OUT_OF_RESOURCES) throw std::bad_alloc();
+  return status == EFI_SUCCESS ? OwnedNode(root) : nullptr;
 }
 
 Value storedInXml(const Field &field, const SSIB_ENTRY_LIST &element) {

@@ -13,8 +13,8 @@
 #include <fstream>
 #include <iterator>
 
-#include "faults.h"
 #include "HostPlatform.h"
+#include "support/faults.h"
 #include "VyxSSIBBackend.h"
 
 namespace vyx::tests {
@@ -239,64 +239,6 @@ class RobustTool : public Robust {
     return {output, WEXITSTATUS(pclose(pipe))};
   }
 };
-
-// Whatever fails, what the tool could not read it does not call missing, and it loses no entry.
-TEST_F(RobustTool, OneFailedCallIsRefusedOrHarmless) {
-  enum { Lists = 1, TakesSub = 2, LosesSub = 4, DeletesSub = 8 };
-  const std::pair<const char *, int> rows[] = {{"list", Lists},
-                                               {"add --job-id x", 0},
-                                               {"replace 1 --job-id x", 0},
-                                               {"remove 1 -q Sub.ssib", TakesSub | LosesSub},
-                                               {"copy 1 -q Sub.ssib --to Main.ssib", 0},
-                                               {"move 1 -q Sub.ssib --to Main.ssib", TakesSub},
-                                               {"run -q Sub.ssib -- true", TakesSub | LosesSub},
-                                               {"run -q Sub.ssib --failed-to Main.ssib -- false", TakesSub},
-                                               {"delete -q Sub.ssib --yes", LosesSub | DeletesSub},
-                                               {"merge -q Sub.ssib --delete", DeletesSub}};
-  for (const auto &[command, does] : rows) {
-    for (int i = 0; i < 64; ++i) {
-      const string given = (i % 2 == 0 ? "openat " : "fstatat ") + std::to_string(i / 2 + 1) + " 5";
-      SCOPED_TRACE(string(command) + ": " + given);
-      fs::create_directories(partition);
-      for (const string name : {"Main", "Sub"}) {
-        fill(partition / (name + ".ssib"),
-             "<SSIB_INFO><SSIB_BLOCK TASK_NAME=\"" + name + "\"><CMD_LINE>c</CMD_LINE></SSIB_BLOCK></SSIB_INFO>");
-      }
-      auto [output, status] = run("VYX_FAULT='" + given + "' " SSIB_FAULTY " " + command);
-      if (status == 4) status = 0;  // the job's own failure, which was to be
-      EXPECT_TRUE(status == 0 || status == 3) << status << output;
-      const string sub = contentsOf(partition / "Sub.ssib"), all = contentsOf(queue) + sub;
-      EXPECT_NE(all.find("\"Main\""), string::npos) << output;
-      EXPECT_TRUE((does & LosesSub) != 0 || all.find("\"Sub\"") != string::npos) << output;
-      if (status != 0) continue;
-      EXPECT_EQ(fs::exists(partition / "Sub.ssib"), (does & DeletesSub) == 0) << output;
-      EXPECT_EQ(sub.find("\"Sub\"") == string::npos, (does & (TakesSub | DeletesSub)) != 0) << output;
-      EXPECT_EQ(output.find(" Main ") != string::npos, does == Lists) << output;
-    }
-  }
-}
-
-// A file outside the partition is the old one or the new one, with its mode, and nothing is left beside it.
-TEST_F(RobustTool, OneFailedCallLeavesAFileElsewhereWhole) {
-  setenv("VARSK_SYNC", "1", 1);
-  const fs::path directory = base / "elsewhere", file = directory / "a.json";
-  fs::create_directories(directory);
-  for (const char *call : {"openat", "fstatat", "fstat", "fsync"}) {
-    for (int i = 1; i < 16; ++i) {
-      SCOPED_TRACE(string(call) + " " + std::to_string(i));
-      fill(file, "[{\"JOBID\":\"old\"}]");
-      fs::permissions(file, fs::perms{0640});
-      const auto [output, status] =
-          run("VYX_FAULT='" + string(call) + " " + std::to_string(i) + " 5' TMPDIR=" + base.string() +
-              " " SSIB_FAULTY " add --force --job-id new -f " + file.string());
-      const bool isNew = contentsOf(file).find("\"new\"") != string::npos;
-      EXPECT_TRUE(status == 3 || (status == 0 && isNew)) << status << output;
-      EXPECT_NE(contentsOf(file).find("\"old\""), string::npos) << output;
-      EXPECT_EQ(fs::status(file).permissions(), fs::perms{0640});
-      EXPECT_EQ(std::distance(fs::directory_iterator(directory), {}), 1);
-    }
-  }
-}
 
 TEST_F(RobustTool, WorksOnAPlatformWithoutTheStandInsFunctions) {
   const std::pair<const char *, std::pair<string, int>> rows[] = {
