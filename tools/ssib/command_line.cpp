@@ -25,11 +25,11 @@ struct Arguments {
   std::string queue = plainName(SSIB_MAIN_QUEUE);
   std::string file, numbers, wait, source, target, toPlace, tries, failedTo, helpOn;
   std::string location = "append-lo";
-  std::vector<std::string> matches, unset, unlessMatch, queues, handler;
+  std::vector<std::string> matches, unset, unlessMatch, queues, columns, handler;
   GivenFields fields;
   const CLI::Option *queueOption = nullptr, *fileOption = nullptr;  // looking for them by name could take memory
   bool json = false, deleteFile = false, inPlace = false, dropFields = false, everything = false, yes = false;
-  bool force = false, follow = false;
+  bool force = false, follow = false, wide = false;
 };
 
 std::uint32_t parseCount(const char *option, const std::string &text, std::uint32_t least, std::uint32_t largest) {
@@ -67,9 +67,11 @@ Request requestOf(const Command &command, const Arguments &arguments, bool isQue
                      .dropFields = arguments.dropFields,
                      .everything = arguments.everything,
                      .force = arguments.force,
+                     .wide = arguments.wide,
                      .yes = arguments.yes};
   if (isQueueNamed && arguments.file.empty()) request.queues.push_back(arguments.queue);
   if (!arguments.numbers.empty()) request.selection.ranges = parseRanges(arguments.numbers);
+  for (const std::string &name : arguments.columns) request.columns.push_back(&requireField(name));
   for (const std::string &name : arguments.unset) request.unset.push_back(&requireField(name));
   if (!arguments.target.empty()) request.target = QueueName(arguments.target);
   if (!arguments.toPlace.empty()) request.toPlace = parseCount("--to-place", arguments.toPlace, 1, UINT32_MAX);
@@ -158,6 +160,13 @@ void declareOthers(CLI::App &command, unsigned takes, Arguments &arguments) {
     command.add_option("OTHER", arguments.target, "the other queue")->required()->type_name("");
   if (takes & Command::Queues) {
     command.add_option("QUEUE", arguments.queues, "the queues; default: all of the partition")->type_name("");
+  }
+  if (takes & Command::Table) {
+    command.add_option("--columns", arguments.columns, "fields of the table, with commas in between")
+        ->type_name("FIELD,...")
+        ->delimiter(',')
+        ->allow_extra_args(false);
+    command.add_flag("--wide", arguments.wide, "lines longer than the terminal is wide, too");
   }
   if (takes & Command::InPlace) command.add_flag("--in-place", arguments.inPlace, "write a sound file in its place");
   if (takes & Command::Delete) command.add_flag("--delete", arguments.deleteFile, "then delete the queue's file");

@@ -17,8 +17,10 @@ constexpr Command kCommands[] = {
      "and a value that the file would not give back: in an XML queue control characters other than tab, line feed and\n"
      "carriage return; in a task list control characters, any of \" \\ { } [ ], an empty value, more than 4095 bytes,\n"
      "the name of a key."},
-    {"list", Numbers, listEntries, "Show the entries in order",
-     "Changes no queue. \"-\" stands for a field that the entry does not have, \"\" for a text without characters."},
+    {"list", Numbers | Table, listEntries, "Show the entries in order",
+     "Changes no queue. \"-\" stands for a field that the entry does not have, \"\" for a text without characters. On "
+     "a\n"
+     "terminal lines are cut at its width."},
     {"show", Numbers, showEntries, "Show entries with all their fields", "Changes no queue."},
     {"peek", Numbers, peekEntries, "Show the first entry, or the first that matches", "Changes no queue."},
     {"take", Numbers | Force, takeEntries, "Show the first entry, or the first that matches, and remove it",

@@ -26,6 +26,7 @@ struct Command {
     Force = 4096,     // --force
     Match = 8192,     // --match alone
     Handler = 16384,  // another command, with --follow, --tries and --failed-to
+    Table = 32768,    // --columns and --wide
   };
 
   const char *name;

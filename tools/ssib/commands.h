@@ -23,6 +23,7 @@ struct Request {
   bool isFileNamed = false;  // by its path
   Selection selection;
   GivenFields fields = {};
+  std::vector<const Field *> columns = {};  // of the table; empty: the usual ones
   std::vector<const Field *> unset = {};
   GivenFields unlessMatch = {};
   std::string source = {};  // the file of `add --from`, "-" for standard input; empty when there is none
@@ -40,6 +41,7 @@ struct Request {
   bool dropFields = false;
   bool everything = false;
   bool force = false;
+  bool wide = false;
   bool yes = false;
 };
 

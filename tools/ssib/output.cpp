@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "output.h"
 
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -30,10 +33,22 @@ std::string cellText(const std::string &value) {
   return value.empty() ? "\"\"" : escaped(value);
 }
 
+bool beginsCharacter(char ch) {
+  return (static_cast<unsigned char>(ch) & 0xC0U) != 0x80;
+}
+
 // The room that an escaped text takes in a table.
 std::size_t characters(std::string_view escapedText) {
-  const auto begins = [](char ch) { return (static_cast<unsigned char>(ch) & 0xC0U) != 0x80; };
-  return static_cast<std::size_t>(std::count_if(escapedText.begin(), escapedText.end(), begins));
+  return static_cast<std::size_t>(std::count_if(escapedText.begin(), escapedText.end(), beginsCharacter));
+}
+
+// At most so many characters, the last of which then says that there are more.
+std::string cut(std::string line, std::size_t width) {
+  if (characters(line) <= width) return line;
+  std::size_t end = 0;
+  for (std::size_t kept = 0; kept < width; ++end) kept += beginsCharacter(line[end]) ? 1 : 0;
+  line.resize(end - 1);
+  return line + "\u2026";
 }
 
 std::vector<std::size_t> columnWidths(const std::vector<Row> &rows) {
@@ -55,8 +70,15 @@ std::string entryAsLines(Form form, const SSIB_ENTRY_LIST &element) {
   return out;
 }
 
-std::string entriesAsTable(const Queue &queue, const Places &places) {
-  const std::vector<const Field *> columns = columnsOf(queue.form());
+std::size_t terminalWidth() {
+  winsize size{};
+  const bool isTerminal = isatty(STDOUT_FILENO) == 1 && ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0;
+  return isTerminal && size.ws_col > 1 ? size.ws_col : kUnlimited;
+}
+
+std::string entriesAsTable(const Queue &queue, const Places &places, std::vector<const Field *> columns,
+                           std::size_t width) {
+  if (columns.empty()) columns = columnsOf(queue.form());
   std::vector<Row> rows(1, Row{"#"});
   for (const Field *column : columns) rows.front().emplace_back(column->name);
   for (const std::size_t place : places) {
@@ -67,17 +89,18 @@ std::string entriesAsTable(const Queue &queue, const Places &places) {
     }
     rows.push_back(std::move(row));
   }
-  return asTable(rows);
+  return asTable(rows, width);
 }
 
-std::string asTable(const std::vector<Row> &rows) {
+std::string asTable(const std::vector<Row> &rows, std::size_t width) {
   const std::vector<std::size_t> widths = columnWidths(rows);
   std::string out;
   for (const Row &row : rows) {
+    std::string line;
     for (std::size_t i = 0; i + 1 < row.size(); ++i) {
-      out.append(row[i]).append(widths[i] - characters(row[i]) + 2, ' ');
+      line.append(row[i]).append(widths[i] - characters(row[i]) + 2, ' ');
     }
-    out.append(row.back()).append("\n");
+    out.append(cut(line + row.back(), width)).append("\n");
   }
   return out;
 }

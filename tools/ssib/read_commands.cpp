@@ -4,6 +4,7 @@
 #include "commands.h"
 #include "json.h"
 #include "open_queue.h"
+#include "options.h"
 #include "output.h"
 
 namespace tool {
@@ -27,6 +28,7 @@ std::string shownEntries(const Request &request, const Queue &queue, const Place
 }
 
 Exit listEntries(const Request &request) {
+  for (const Field *column : request.columns) requireStoredIn(request.queue.form(), *column);
   const Queue queue = openToLook(request.queue);
   if (queue.elements.empty() && request.selection.isEverything()) {
     requireExists(request.queue, "open " + request.queue.shown());
@@ -34,7 +36,8 @@ Exit listEntries(const Request &request) {
     return Exit::Done;
   }
   const Places places = chosenPlaces(request.selection, queue);
-  print(request.json ? entriesAsJson(queue, places) : entriesAsTable(queue, places));
+  const std::size_t width = request.wide ? kUnlimited : terminalWidth();
+  print(request.json ? entriesAsJson(queue, places) : entriesAsTable(queue, places, request.columns, width));
   return Exit::Done;
 }
 

@@ -77,7 +77,8 @@ std::optional<std::size_t> Runner::firstPlace() const {
   return std::nullopt;
 }
 
-// Looks in the queue as it is now for the job that was at that place: the same in all fields, nearest to it.
+// Looks in the queue as it is now for the job that was at that place, nearest to it: the same in all fields, or as a
+// write of another command gives it back, which for example makes a missing text an empty one.
 std::optional<std::size_t> Runner::findAgain(std::size_t place) {
   if (queue_.isCurrent()) return place;
   Queue now = openToChange(request_.queue, request_.force);
@@ -85,7 +86,8 @@ std::optional<std::size_t> Runner::findAgain(std::size_t place) {
   const auto distance = [&](std::size_t i) { return i < place ? place - i : i - place; };
   for (std::size_t i = 0; i < now.elements.size(); ++i) {
     if (nearest && distance(i) >= distance(*nearest)) continue;
-    if (isSame(now.form(), *now.elements[i], *queue_.elements[place])) nearest = i;
+    const SSIB_ENTRY_LIST &was = *queue_.elements[place], &is = *now.elements[i];
+    if (isSame(now.form(), is, was) || isGivenBack(now.form(), was, is)) nearest = i;
   }
   queue_ = std::move(now);
   return nearest;

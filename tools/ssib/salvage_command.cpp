@@ -32,6 +32,16 @@ void sayWhatIsMissing(const QueueName &name, const StrictReading &reading) {
   std::fputs(lines.c_str(), stderr);
 }
 
+// A file in which nothing is whole may be of the other form, under a name that is not its own: it is not emptied.
+void requireWholeEntry(const QueueName &name, const StrictReading &reading) {
+  if (!reading.entries.empty()) return;
+  const bool isXml = name.form() == Form::Xml;
+  throw Stop(Exit::Refused, name.shown() + " stays as it is: no entry of it is whole. Is it " +
+                                (isXml ? "a task list, whose name needs \"json\" in it"
+                                       : "an XML queue, whose name must not have \"json\" in it") +
+                                "? Otherwise 'ssib delete -q " + name.shown() + "' removes it");
+}
+
 Exit printWhole(const QueueName &name) {
   const StrictReading reading = readStrictly(name.form(), bytesToSalvage(name));
   sayWhatIsMissing(name, reading);
@@ -69,7 +79,7 @@ void putAside(const QueueName &name, const QueueName &aside, const std::string &
   if (there == bytes) return;
   if (there) {
     throw Stop(Exit::Refused, "cannot salvage " + name.shown() + ": " + aside.shown() +
-                                  " is an earlier damaged file; move it away first");
+                                  " is an earlier damaged file; 'ssib delete -q " + aside.shown() + "' removes it");
   }
   storeBytes(aside, bytes);
 }
@@ -81,6 +91,7 @@ Exit salvageInPlace(const Request &request) {
   const std::string bytes = bytesToSalvage(name);
   const StrictReading reading = readStrictly(name.form(), bytes);
   if (!reading.damage) throw Stop(Exit::NothingThere, name.shown() + " is not damaged, and stays as it is");
+  requireWholeEntry(name, reading);
   putAside(name, aside, bytes);
   sayWhatIsMissing(name, reading);
   Elements elements;
@@ -91,7 +102,9 @@ Exit salvageInPlace(const Request &request) {
   Queue queue(name, std::move(elements));
   queue.store();
   const std::size_t entries = queue.elements.size();
-  report(request, "salvaged " + counted(entries) + " of " + name.shown() + "; the damaged file is " + aside.shown(),
+  report(request,
+         "salvaged " + counted(entries) + " of " + name.shown() + "; whatever else it held is in " + aside.shown() +
+             " alone",
          {{"entries", entries}, {"damaged", aside.shown()}});
   return Exit::Done;
 }

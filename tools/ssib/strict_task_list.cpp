@@ -210,9 +210,16 @@ class TaskListReader {
     isSalvaging_ = true;
     for (Position from = 0; (from = text_.find('{', from)) != kNone;) {
       const Result result = readEntry(from);
-      if (result == Result::Otherwise) reading_.leaveOut(from, failure_);
+      if (result == Result::Otherwise || (result == Result::Broken && holdsKey(from)))
+        reading_.leaveOut(from, failure_);
       from = result == Result::Broken ? from + 1 : at_;
     }
+  }
+
+  // Whether what begins there, up to the next one, was an entry.
+  bool holdsKey(Position begin) const {
+    const std::string_view object = text_.substr(begin, text_.find('{', begin + 1) - begin);
+    return std::ranges::any_of(kKeys, [&](const Key &key) { return object.find(key.name) != kNone; });
   }
 
   // Reads the object at `begin`; at_ is its end, or the place where it is broken.
