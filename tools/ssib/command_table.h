@@ -9,7 +9,7 @@
 namespace tool {
 
 struct Command {
-  /** What a command takes beside the options that all of them take. */
+  // What a command takes beside the options that all of them take.
   enum Takes : unsigned {
     Numbers = 1,      // of entries, and --match
     Fields = 2,       // an option for each field
@@ -37,7 +37,7 @@ struct Command {
 
 std::span<const Command> commands();
 
-/** What the help of the tool itself says after the commands. */
+// What the help of the tool itself says after the commands.
 extern const char *const kFooter;
 
 }  // namespace tool

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "json.h"
 
-#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <sstream>
 

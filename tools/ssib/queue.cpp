@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "host.h"
+#include "queue_file.h"
 #include "stop.h"
 #include "values.h"
 
@@ -131,15 +132,7 @@ void startLibrary() {
 }
 
 bool exists(const QueueName &name, const std::string &action) {
-  const AtPlace there(name);
-  std::FILE *stream = nullptr;
-  const EFI_STATUS status = varsk_fopen_1(sVarskPartition, name.wide(), "r", &stream);
-  if (stream != nullptr) {
-    varsk_fclose_1(sVarskPartition, stream, "r");
-    return true;
-  }
-  if (status == EFI_ACCESS_DENIED) refuse(action, status);
-  return false;
+  return openStored(name, action) != nullptr;
 }
 
 void requireExists(const QueueName &name, const std::string &action) {

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cctype>
 #include <csignal>
-#include <cstdlib>
 #include <optional>
 
 #include "commands.h"

@@ -5,10 +5,8 @@
 #include <cstdio>
 
 #include "commands.h"
-#include "host.h"
 #include "locks.h"
 #include "open_queue.h"
-#include "output.h"
 #include "values.h"
 
 namespace tool {
