@@ -30,6 +30,7 @@ struct Command {
 
   const char *name;
   unsigned takes;
+  const char *usage;  // what stands after the name; shells complete the type at its end
   Exit (*run)(const Request &);
   const char *summary;
   const char *details;

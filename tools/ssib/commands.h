@@ -74,7 +74,7 @@ void complain(const Request *request, bool isJson, const Stop &stop);
 // Moves an entry to another queue of the same form, which is written, and read back, first. Throws Stop.
 void moveToEnd(Queue &source, std::size_t place, Queue &target);
 
-// Throws Stop (wrong usage) when it is not said which entries are meant.
+// Throws Stop (wrong usage) when no entries are chosen.
 void requireSelection(const Request &request);
 
 // Asks on the terminal, unless the request says yes. Throws Stop when nobody agrees.

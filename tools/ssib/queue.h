@@ -32,11 +32,14 @@ class QueueName {
 
   // Where the file is when it was named by its path; null: in the partition.
   const Place *place() const { return place_.get(); }
+  bool isByPath() const { return isByPath_; }
   // The name of the file, without directories.
   const std::string &plain() const { return plain_; }
   const wchar_t *wide() const { return wide_.c_str(); }
   const std::string &shown() const { return shown_; }
   Form form() const;
+  // "'ssib check NAME'": what to do about a file that is damaged.
+  std::string checkCommand() const;
   // This name with something at its end.
   QueueName with(const char *suffix) const;
   // The main queue of this queue's form.
@@ -48,6 +51,7 @@ class QueueName {
   std::wstring wide_;
   std::string shown_;
   std::shared_ptr<const Place> place_;
+  bool isByPath_ = false;
 };
 
 // Starts the library, once, and sets gSSSIB2pvt up. Throws Stop.
@@ -55,6 +59,9 @@ void startLibrary();
 
 // Whether there is a file of that name. Throws Stop, "cannot ACTION", when that cannot be found out.
 bool exists(const QueueName &name, const std::string &action);
+
+// "there is no NAME", and what to do.
+std::string missingMessage(const QueueName &name);
 
 // Throws Stop when there is no such file.
 void requireExists(const QueueName &name, const std::string &action);
