@@ -8,11 +8,11 @@ _ssib_ask() { "$tool" "$@" </dev/null 2>/dev/null; }
 # The options of the tool, or of a command, one a line with the type of its value.
 _ssib_options() {
   _ssib_ask "$@" --help |
-    sed -nE 's/^  (-[a-zA-Z],)?(--[a-z-]+)( ([A-Z]+:\{[^}]*\}|FIELD=VALUE|[A-Z]+).*)?( .*)?$/\1\2 \4/p' |
+    sed -nE 's/^  (-[a-zA-Z],)?(--[a-z-]+)( (FIELD=VALUE|[A-Z]+))?( .*)?$/\1\2 \4/p' |
     sed -E 's/^(-.),(--[^ ]*)( .*)$/\1\3\n\2\3/'
 }
 
-_ssib_commands() { _ssib_ask --help | sed -nE '/^Subcommands:/,/^$/s/^  ([a-z]+).*/\1/p'; }
+_ssib_commands() { _ssib_ask --help | sed -nE '/^Commands:/,/^$/s/^  ([a-z]+).*/\1/p'; }
 
 _ssib_fields() { _ssib_options replace | sed -nE "s/^--(.*) (TEXT|NUMBER)$/\1$1/p"; }
 
@@ -33,12 +33,12 @@ _ssib_numbers() {
 # What a value of the type can be.
 _ssib_values() {
   case $1 in
-    *:{*}) tr -s '{},' '\n' <<<"${1#*:}" ;;
+    PLACE) _ssib_ask add --help | grep -oE '(ap|pre)pend-(hi|lo)' | sort -u ;;
     FIELD) _ssib_fields ;;
     FIELD=VALUE) _ssib_fields = ;;
     NAME | QUEUE | OTHER) _ssib_queues ;;
     NUMBERS) _ssib_numbers ;;
-    COMMAND) if [[ $command == run ]]; then echo --; else _ssib_commands; fi ;;
+    COMMAND | ARG) if [[ $command == run ]]; then echo --; else _ssib_commands; fi ;;
     FILE | PATH) compgen -f -- "$word"; compgen -d -S / -- "$word" ;;
   esac
 }
@@ -53,7 +53,7 @@ _ssib_candidates() {
   case $word,$command in
     -*) sed 's/ .*//' <<<"$options" | sort -u ;;
     *,) _ssib_commands ;;
-    *) _ssib_values "$(_ssib_ask "$command" --help | sed -nE 's/^Usage: .* \[?([A-Z]+)[].]*$/\1/p')" ;;
+    *) _ssib_values "$(_ssib_ask "$command" --help | sed -nE 's/^Usage: .* \[?([A-Z]+)[]}.]*$/\1/p')" ;;
   esac
 }
 

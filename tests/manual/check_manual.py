@@ -40,7 +40,7 @@ def check_help():
     text = output("ssib", "--help")
     status = r"\b(?:EFI|SSIB_STATUS|VYX_HOST)_\w+"
     for title, in_help, section, in_manual in (
-            ("Subcommands", r"^  (\w+)", "COMMANDS", r"\bIc (\w+)"),
+            ("Commands", r"^  (\w+)", "COMMANDS", r"\bIc (\w+)"),
             ("Exit status", r"^  (\d) ", "EXIT STATUS", r"^\.It (\d)$"),
             ("Environment", r"^  (\w+)", "ENVIRONMENT", r"^\.It Ev (\w+)"),
             ("Statuses", status, "DIAGNOSTICS", status)):

@@ -16,45 +16,52 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+enum class State : std::uint8_t { Sound, Remarks, Missing, Damaged, Unreadable };
+
 struct Checked {
-  std::string name;     // as it may be shown
-  std::string problem;  // why there is no reading
+  std::string name;  // as it may be shown
+  State state = State::Sound;
+  std::string problem = {};  // why there is no reading
   StrictReading reading = {};
-  Exit exit = Exit::Done;
 };
+
+const char *textOf(State state) {
+  constexpr const char *kTexts[] = {"sound", "sound with remarks", "missing", "damaged", "unreadable"};
+  return kTexts[static_cast<std::size_t>(state)];
+}
+
+Exit exitOf(State state) {
+  if (state == State::Sound) return Exit::Done;
+  if (state == State::Remarks) return Exit::Remarks;
+  return state == State::Missing ? Exit::NothingThere : Exit::Refused;
+}
+
+State stateOf(const StrictReading &reading) {
+  if (reading.damage) return State::Damaged;
+  return reading.remarks.empty() ? State::Sound : State::Remarks;
+}
 
 // The queue of that name, or the one that was named by its path.
 Checked lookAt(const std::string &given, const QueueName *file = nullptr) {
-  Checked checked = {.name = file != nullptr ? file->shown() : escaped(given), .problem = ""};
+  Checked checked = {.name = file != nullptr ? file->shown() : escaped(given)};
   try {
     const QueueName name = file != nullptr ? *file : QueueName(given);
     const std::optional<std::string> bytes = storedBytes(name);
-    if (!bytes) {
-      checked.problem = "missing";
-      checked.exit = Exit::NothingThere;
-      return checked;
-    }
-    checked.reading = readStrictly(name.form(), *bytes);
-    if (!checked.reading.remarks.empty()) checked.exit = Exit::NothingThere;
-    if (checked.reading.damage) checked.exit = Exit::Refused;
+    if (bytes) checked.reading = readStrictly(name.form(), *bytes);
+    checked.state = bytes ? stateOf(checked.reading) : State::Missing;
+    if (!bytes) checked.problem = textOf(State::Missing);
   } catch (const Stop &stop) {
+    checked.state = State::Unreadable;
     checked.problem = stop.what();
-    checked.exit = Exit::Refused;
   }
   return checked;
-}
-
-std::string stateOf(const Checked &checked) {
-  if (!checked.problem.empty()) return checked.problem == "missing" ? "missing" : "unreadable";
-  if (checked.reading.damage) return "damaged";
-  return checked.reading.remarks.empty() ? "sound" : "sound with remarks";
 }
 
 std::string asLines(const Checked &checked) {
   const StrictReading &reading = checked.reading;
   std::string out = checked.name + ": ";
   if (!checked.problem.empty()) return out + checked.problem + "\n";
-  out += stateOf(checked);
+  out += textOf(checked.state);
   if (reading.damage) {
     out += " at line " + std::to_string(reading.damage->line) + ", byte " + std::to_string(reading.damage->byte) +
            ": " + escaped(reading.damage->text) + "; readable: " + counted(reading.entries.size()) + "\n";
@@ -75,7 +82,7 @@ Json jsonOf(const Remark &remark) {
 }
 
 Json jsonOf(const Checked &checked) {
-  Json object = {{"queue", checked.name}, {"state", stateOf(checked)}};
+  Json object = {{"queue", checked.name}, {"state", textOf(checked.state)}};
   if (!checked.problem.empty()) {
     object["text"] = checked.problem;
     return object;
@@ -108,8 +115,12 @@ Exit checkQueues(const Request &request) {
   Json array = Json::array();
   Exit worst = Exit::Done;
   for (const Checked &checked : all) {
-    request.json ? array.push_back(jsonOf(checked)) : static_cast<void>(lines += asLines(checked));
-    worst = std::max(worst, checked.exit);
+    if (request.json) {
+      array.push_back(jsonOf(checked));
+    } else {
+      lines += asLines(checked);
+    }
+    worst = std::max(worst, exitOf(checked.state));
   }
   print(request.json ? array.dump(2, ' ', true) + "\n" : lines);
   return worst;

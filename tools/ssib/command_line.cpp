@@ -2,10 +2,12 @@
 // The command line: the one file that knows the option parser.
 #include "command_line.h"
 
+#include <algorithm>
 #include <CLI/CLI.hpp>
 #include <map>
 #include <memory>
 #include <sstream>
+#include <utility>
 
 #include "command_table.h"
 #include "host.h"
@@ -20,7 +22,7 @@ namespace {
 const std::map<std::string, bool> kLocations = {
     {"prepend-hi", true}, {"append-hi", true}, {"prepend-lo", false}, {"append-lo", false}};
 
-// What the command line says, as it stands there.
+// What stands in the command line.
 struct Arguments {
   std::string queue = plainName(SSIB_MAIN_QUEUE);
   std::string file, numbers, wait, source, target, toPlace, tries, failedTo, helpOn;
@@ -37,6 +39,12 @@ std::uint32_t parseCount(const char *option, const std::string &text, std::uint3
   if (parseNumber(text, largest, number) && number >= least) return number;
   throw Stop(Exit::Usage, std::string(option) + ": " + escaped(text) + " is not a number from " +
                               std::to_string(least) + " to " + std::to_string(largest));
+}
+
+bool isInFront(const std::string &location) {
+  const auto found = kLocations.find(location);
+  if (found != kLocations.end()) return found->second;
+  throw Stop(Exit::Usage, "--at: " + escaped(location) + " is none of prepend-hi, append-hi, prepend-lo and append-lo");
 }
 
 GivenFields parseMatches(const std::vector<std::string> &texts) {
@@ -57,7 +65,7 @@ Request requestOf(const Command &command, const Arguments &arguments, bool isQue
                      .fields = arguments.fields,
                      .unlessMatch = parseMatches(arguments.unlessMatch),
                      .source = arguments.source,
-                     .addInFront = kLocations.at(arguments.location),
+                     .addInFront = isInFront(arguments.location),
                      .handler = arguments.handler,
                      .follow = arguments.follow,
                      .queues = arguments.queues,
@@ -81,6 +89,22 @@ Request requestOf(const Command &command, const Arguments &arguments, bool isQue
   if (!arguments.wait.empty()) setLockWait(parseCount("--wait", arguments.wait, 0, kLongestWait) * 1000);
   return request;
 }
+
+// Help in this tool's words: usage from the table of commands, nothing but its type after an option.
+class HelpFormatter : public CLI::Formatter {
+ public:
+  std::string make_usage(const CLI::App *app, std::string name) const override {
+    const auto command = std::ranges::find(commands(), app->get_name(), &Command::name);
+    if (command != commands().end()) return "Usage: " + name + " " + command->usage + "\n";
+    return "Usage: " + name + (app->get_parent() == nullptr ? " [OPTIONS] COMMAND\n" : " [COMMAND]\n");
+  }
+  std::string make_option_opts(const CLI::Option *option) const override {
+    return option->get_type_name().empty() ? "" : " " + option->get_type_name();
+  }
+  std::string make_help(const CLI::App *app, std::string name, CLI::AppFormatMode mode) const override {
+    return CLI::detail::find_and_replace(CLI::Formatter::make_help(app, std::move(name), mode), "\n\n\n", "\n\n");
+  }
+};
 
 const char *groupOf(const Field &field) {
   if (field.storedIn(Form::Xml) && field.storedIn(Form::TaskList)) return "Fields of both forms";
@@ -132,17 +156,17 @@ void declareHandler(CLI::App &command, Arguments &arguments) {
   command.add_option_function<std::string>("COMMAND", misplaced, "after --, with its arguments: what handles an entry")
       ->type_name("");
   command.add_flag("--follow", arguments.follow, "every entry, also those that come; ends on SIGINT and SIGTERM");
-  command.add_option("--tries", arguments.tries, "how often to try when COMMAND fails; default: 1")->type_name("N");
-  command.add_option("--failed-to", arguments.failedTo, "then move the entry to this queue, and go on")
+  command.add_option("--tries", arguments.tries, "how often to try a COMMAND that fails; default: 1")->type_name("N");
+  command.add_option("--failed-to", arguments.failedTo, "move an entry whose COMMAND fails to this queue")
       ->type_name("QUEUE");
 }
 
 void declareOthers(CLI::App &command, unsigned takes, Arguments &arguments) {
   if (takes & Command::Place) {
-    command.add_option("--at", arguments.location, "priority of the entry, which decides its place")
-        ->check(CLI::IsMember(kLocations))
-        ->type_name("PLACE")
-        ->capture_default_str();
+    command
+        .add_option("--at", arguments.location,
+                    "where it goes: prepend-hi, append-hi, prepend-lo or append-lo, the default")
+        ->type_name("PLACE");
   }
   if (takes & Command::Source) {
     command.add_option("--from", arguments.source, "add the entries of a JSON file, - for standard input")
@@ -156,8 +180,9 @@ void declareOthers(CLI::App &command, unsigned takes, Arguments &arguments) {
         ->type_name("N");
     command.add_flag("--drop-fields", arguments.dropFields, "leave out what the other form does not hold");
   }
-  if (takes & Command::Other)
+  if (takes & Command::Other) {
     command.add_option("OTHER", arguments.target, "the other queue")->required()->type_name("");
+  }
   if (takes & Command::Queues) {
     command.add_option("QUEUE", arguments.queues, "the queues; default: all of the partition")->type_name("");
   }
@@ -179,9 +204,10 @@ void declareOthers(CLI::App &command, unsigned takes, Arguments &arguments) {
 
 void declareCommand(CLI::App &app, const Command &command, Arguments &arguments) {
   CLI::App *declared = app.add_subcommand(command.name, command.summary);
-  declared->fallthrough()->footer(
-      std::string(command.details) +
-      "\n\nSee 'ssib --help' for --queue, --wait, how entries are chosen and exit statuses.");
+  declared->group("Commands")
+      ->fallthrough()
+      ->footer(std::string(command.details) +
+               "\n\nSee 'ssib --help' for --queue, --file, --wait, how entries are chosen and exit statuses.");
   declareEntries(*declared, command.takes, arguments);
   if (command.takes & Command::Handler) declareHandler(*declared, arguments);
   declareOthers(*declared, command.takes, arguments);
@@ -198,29 +224,48 @@ std::vector<std::string> knownNames(const CLI::App &app, bool isOption) {
   return names;
 }
 
+// The parser's own words are not for everybody. What it says of an option begins with its name.
+std::string inPlainWords(const CLI::Error &error, const std::string &command, const std::string &unknown) {
+  const std::string what = error.what(), kind = error.get_name();
+  const std::string option = what.substr(0, what.find(':'));
+  if (!unknown.empty() && command.empty()) return unknown + " is neither a command nor an option";
+  if (unknown.starts_with("-")) return unknown + " is not an option of 'ssib " + command + "'";
+  if (!unknown.empty()) return unknown + " is more than 'ssib " + command + "' takes";
+  if (kind == "RequiredError") {
+    return command.empty() ? "no command is given" : what.substr(0, what.find(' ')) + " is missing";
+  }
+  if (kind == "ArgumentMismatch") {
+    return option + (what.find("At Most") != std::string::npos ? " is given more than once" : ": its value is missing");
+  }
+  if (kind == "ConversionError") return "a value is given where none belongs" + what.substr(what.find(':'));
+  return what;
+}
+
 std::string explained(const CLI::App &app, const CLI::Error &error) {
   const std::vector<CLI::App *> given = app.get_subcommands();
   const CLI::App &command = given.empty() ? app : *given.front();
   const std::vector<std::string> rest = app.remaining(true);
-  std::string what = error.what();
-  if (given.empty() && !rest.empty()) what = rest.front() + " is neither a command nor an option";
-  if (given.empty() && rest.empty() && error.get_name() == "RequiredError") what = "no command is given";
+  const std::string what =
+      inPlainWords(error, given.empty() ? "" : command.get_name(), rest.empty() ? "" : rest.front());
   std::string meant;
   if (!rest.empty()) meant = didYouMean(rest.front(), knownNames(command, rest.front().starts_with("-")));
   return escaped(what) + meant + "\nRun 'ssib " + (given.empty() ? "" : command.get_name() + " ") + "--help' for help.";
 }
 
 void declareAll(CLI::App &app, Arguments &arguments) {
-  app.set_version_flag("-V,--version", [&app]() -> std::string {
-    if (app.get_subcommands().empty()) return "ssib " SSIB_VERSION;
-    throw Stop(Exit::Usage, "--version stands alone; the field's option is --version-number");
-  });
+  app.formatter(std::make_shared<HelpFormatter>());
+  app.set_help_flag("-h,--help", "show this help");
+  app.set_version_flag(
+      "-V,--version",
+      [&app]() -> std::string {
+        if (app.get_subcommands().empty()) return "ssib " SSIB_VERSION;
+        throw Stop(Exit::Usage, "--version stands alone; the field's option is --version-number");
+      },
+      "show the version");
   arguments.queueOption =
-      app.add_option("-q,--queue", arguments.queue, "name of the queue's file; works after the command, too")
-          ->type_name("NAME")
-          ->capture_default_str();
+      app.add_option("-q,--queue", arguments.queue, "name of the queue's file; default: Main.ssib")->type_name("NAME");
   arguments.fileOption = app.add_option("-f,--file", arguments.file,
-                                        "a queue file anywhere; -: standard input, for commands that only look")
+                                        "a queue file anywhere, in place of --queue; -: standard input, to look only")
                              ->type_name("PATH")
                              ->excludes("--queue");
   app.add_option("--wait", arguments.wait, "how long to wait for other commands; default: until they are done")
@@ -229,6 +274,7 @@ void declareAll(CLI::App &app, Arguments &arguments) {
   app.require_subcommand(1);
   for (const Command &command : commands()) declareCommand(app, command, arguments);
   app.add_subcommand("help", "Show this help, or that of a command")
+      ->group("Commands")
       ->add_option("COMMAND", arguments.helpOn, "the command")
       ->type_name("");
 }

@@ -7,7 +7,7 @@ namespace {
 using enum Command::Takes;
 
 constexpr Command kCommands[] = {
-    {"add", Fields | Place | Source | Force, addEntries, "Add an entry, or many from a file",
+    {"add", Fields | Place | Source | Force, "[OPTIONS]", addEntries, "Add an entry, or many from a file",
      "An option that is not given leaves its field out; a command line that is not given is stored empty.\n"
      "--from reads JSON, an array or one object after another, as 'list --json' prints it, and adds all entries in\n"
      "one write, or none. What an object leaves out stays out. {\"bytes\": \"c3ff\"} is a text that is not UTF-8.\n"
@@ -17,68 +17,75 @@ constexpr Command kCommands[] = {
      "and a value that the file would not give back: in an XML queue control characters other than tab, line feed and\n"
      "carriage return; in a task list control characters, any of \" \\ { } [ ], an empty value, more than 4095 bytes,\n"
      "the name of a key."},
-    {"list", Numbers | Table, listEntries, "Show the entries in order",
-     "Changes no queue. \"-\" stands for a field that the entry does not have, \"\" for a text without characters. On "
-     "a\n"
-     "terminal lines are cut at its width."},
-    {"show", Numbers, showEntries, "Show entries with all their fields", "Changes no queue."},
-    {"peek", Numbers, peekEntries, "Show the first entry, or the first that matches", "Changes no queue."},
-    {"take", Numbers | Force, takeEntries, "Show the first entry, or the first that matches, and remove it",
+    {"list", Numbers | Table, "[OPTIONS] [NUMBERS]", listEntries, "Show the entries in order",
+     "Changes no queue. \"-\" stands for a field that the entry does not have, \"\" for a text without characters.\n"
+     "On a terminal lines are cut at its width."},
+    {"show", Numbers, "[OPTIONS] {--match FIELD=VALUE | NUMBERS}", showEntries, "Show entries with all their fields",
+     "Changes no queue."},
+    {"peek", Numbers, "[OPTIONS] [NUMBERS]", peekEntries,
+     "Show the first entry that matches, or those chosen by number", "Changes no queue."},
+    {"take", Numbers | Force, "[OPTIONS] [NUMBERS]", takeEntries,
+     "Show the first entry that matches, or those chosen by number, and remove them",
      "What is shown is removed only after all of it has been printed. When that fails, standard error says so."},
-    {"remove", Numbers | Everything | Yes | Force, removeEntries, "Remove entries",
+    {"remove", Numbers | Everything | Yes | Force, "[OPTIONS] {--all | --match FIELD=VALUE | NUMBERS}", removeEntries,
+     "Remove entries",
      "With a number and --match the entry goes only if it matches: so what was looked at earlier is what goes.\n"
      "The file of a task list goes with its last entry."},
-    {"replace", Numbers | Fields | Unset | Everything | Force, replaceEntries,
-     "Give entries new values for the fields named",
+    {"replace", Numbers | Fields | Unset | Everything | Force, "[OPTIONS] {--all | --match FIELD=VALUE | NUMBERS}",
+     replaceEntries, "Give entries new values for the fields named",
      "Fields that are not named keep their values, and the entries keep their places. An entry that is given a\n"
      "command line loses its extra content (Node)."},
-    {"move", Numbers | Target | Everything | Force, moveEntries, "Move entries to another queue or another place",
+    {"move", Numbers | Target | Everything | Force,
+     "[OPTIONS] {--to QUEUE | --to-place N} {--all | --match FIELD=VALUE | NUMBERS}", moveEntries,
+     "Move entries to another queue or another place",
      "The target is written, and read back, before the entries leave their queue: when the power fails in between,\n"
      "they are in both. --drop-fields leaves out what the form of the target does not hold."},
-    {"copy", Numbers | Target | Everything | Force, copyEntries, "Copy entries to another queue or another place",
+    {"copy", Numbers | Target | Everything | Force,
+     "[OPTIONS] {--to QUEUE | --to-place N} {--all | --match FIELD=VALUE | NUMBERS}", copyEntries,
+     "Copy entries to another queue or another place",
      "--drop-fields leaves out what the form of the target does not hold."},
-    {"run", Match | Everything | Handler | Force, runHandler, "Hand the first entry to a command, and remove it then",
+    {"run", Match | Everything | Handler | Force, "[OPTIONS] -- COMMAND [ARG...]", runHandler,
+     "Hand the first entry to a command, and remove it then",
      "COMMAND gets the entry on standard input, as the object that 'list --json' prints, and in its environment:\n"
      "SSIB_QUEUE is the queue; SSIB_JOB_ID, SSIB_CMD_LINE and so on are the fields, in upper case. A field that the\n"
      "entry does not have is not set, nor is one of more than 64 KiB, which stands on standard input alone.\n"
      "Only when COMMAND ends with exit status 0 is the entry removed, and only if it is still there as it was. When\n"
      "it has changed or gone meanwhile, nothing is removed, and standard error says so; a changed one is a job anew.\n"
-     "So each job is handled at least once, and some twice: one whose 'run' is killed, or loses its power, between "
-     "the\n"
-     "end of COMMAND and the write. Other commands work on the queue meanwhile; a second 'run' on it waits for the\n"
-     "first one to end, as long as --wait says.\n"
-     "When COMMAND fails, the job stays where it is and 'run' ends with exit status 4; with --failed-to it is moved "
-     "to\n"
-     "the end of that queue, of the same form, and --all and --follow go on.\n"
+     "So each job is handled at least once, and some twice: one whose 'run' is killed, or loses its power, between\n"
+     "the end of COMMAND and the write. Other commands work on the queue meanwhile; a second 'run' on it waits for\n"
+     "the first one to end, as long as --wait allows.\n"
+     "When COMMAND fails, the job stays where it is and 'run' ends with exit status 4; with --failed-to it is moved\n"
+     "to the end of that queue, of the same form, and --all and --follow go on.\n"
      "SIGINT and SIGTERM end 'run' between two jobs: a COMMAND that is running is left to finish, but a second signal\n"
      "is passed on to it. When 'run' itself is killed, its COMMAND goes on.\n"
      "Exit status: 0: every job that was handed over is handled, also after a signal; 1: there was no job;\n"
      "4: COMMAND failed; 5: COMMAND ended with 0, but its entry had changed or gone, so nothing was removed; 3: among\n"
      "others, COMMAND cannot be started: then nothing is changed."},
-    {"merge", Delete | Force, mergeQueue, "Move the entries of a queue to the end of its main queue",
+    {"merge", Delete | Force, "{-q NAME | -f PATH} [OPTIONS]", mergeQueue,
+     "Move the entries of a queue to the end of its main queue",
      "--queue names the queue to fold into Main.ssib or, when its name contains \"json\", into BIOS_task_list.json.\n"
      "An XML queue's file stays, empty, unless --delete is given; a task list's goes with its last entry. The main\n"
      "queue is written, and read back, first: when the power fails in between, the entries are in both, and the next\n"
      "merge says so."},
-    {"diff", Other, compareQueues, "Show how two queues differ",
+    {"diff", Other, "[OPTIONS] OTHER", compareQueues, "Show how two queues differ",
      "Compares the queue of --queue with OTHER. An entry is known again by all its fields or, changed, by its Job_ID.\n"
      "Of queues of two forms only the fields are compared that both store. Exit status 0: the same; 1: different."},
-    {"queues", 0, listQueues, "Show the queue files of the partition", "Changes no queue."},
-    {"watch", 0, watchQueue, "Show what comes, goes and changes in the queue, until it is interrupted",
+    {"queues", 0, "[OPTIONS]", listQueues, "Show the queue files of the partition", "Changes no queue."},
+    {"watch", 0, "[OPTIONS]", watchQueue, "Show what comes, goes and changes in the queue, until it is interrupted",
      "Changes no queue. Prints a line for each entry, with --json an object in one line.\n"
      "It compares what it reads with what it read before: an entry that comes and goes between two looks is not seen.\n"
      "When it was too slow to read what every write left, standard error says so. A new place in the queue is no\n"
      "change. Ends on SIGINT and SIGTERM, with exit status 0."},
-    {"check", Queues, checkQueues, "Say whether queues are sound",
+    {"check", Queues, "[OPTIONS] [QUEUE...]", checkQueues, "Say whether queues are sound",
      "Changes no queue. Remarks are what the next write would drop or change, jobs that firmware could never remove\n"
      "or cannot tell apart, and other oddities.\n"
      "Exit status 0: sound; 1: remarks, or a queue is missing; 3: damaged, or a file cannot be read."},
-    {"salvage", InPlace, salvageQueue, "Print the entries of a damaged queue that are whole",
-     "They are printed as 'add --from' takes them; standard error says where the file is damaged and what is left "
-     "out.\n"
+    {"salvage", InPlace, "[OPTIONS]", salvageQueue, "Print the entries of a damaged queue that are whole",
+     "They are printed as 'add --from' takes them; standard error says where the file is damaged and what is\n"
+     "left out.\n"
      "--in-place writes them in place of the damaged file, which is kept as NAME.damaged, never over an older one."},
-    {"delete", Yes, deleteQueue, "Delete the queue's file",
-     "--queue has to name it. A queue that has entries, or cannot be read, wants --yes or an answer on the terminal."},
+    {"delete", Yes, "{-q NAME | -f PATH} [OPTIONS]", deleteQueue, "Delete the queue's file",
+     "--queue has to name it. A queue that has entries, or cannot be read, needs --yes or an answer on the terminal."},
 };
 
 }  // namespace
@@ -91,6 +98,7 @@ const char *const kFooter =
     "Queues: a name that contains \"json\" is a JSON task list, any other an XML queue file. Entries count from 1 and\n"
     "are chosen by number (3), range (2-5), list (1,4-6), by --match FIELD=VALUE, or by both: then those that match.\n"
     "FIELD is an option without its dashes or a name that 'show' prints.\n"
+    "--queue, --file and --wait stand before or after the command.\n"
     "--file stands in for --queue. The file may lie anywhere, and is changed there as safely as one of the partition;\n"
     "its name without the directories decides the form. Standard input is a task list unless it begins with '<'.\n"
     "Other queues that a command names, after --to for example, are those of the partition.\n\n"

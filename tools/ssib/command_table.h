@@ -9,7 +9,7 @@
 namespace tool {
 
 struct Command {
-  /** What a command takes beside the options that all of them take. */
+  // What a command takes beside the options that all of them take.
   enum Takes : unsigned {
     Numbers = 1,      // of entries, and --match
     Fields = 2,       // an option for each field
@@ -31,6 +31,7 @@ struct Command {
 
   const char *name;
   unsigned takes;
+  const char *usage;  // what stands after the name; shells complete the type at its end
   Exit (*run)(const Request &);
   const char *summary;
   const char *details;
@@ -38,7 +39,7 @@ struct Command {
 
 std::span<const Command> commands();
 
-/** What the help of the tool itself says after the commands. */
+// What the help of the tool itself says after the commands.
 extern const char *const kFooter;
 
 }  // namespace tool

@@ -15,7 +15,7 @@
 
 namespace tool {
 
-/** What the command line asks for. Each command looks at what it takes. */
+// What the command line asks for. Each command looks at what it takes.
 struct Request {
   std::string operation;  // the command's name
   QueueName queue;
@@ -63,25 +63,23 @@ Exit compareQueues(const Request &request);
 Exit checkQueues(const Request &request);
 Exit salvageQueue(const Request &request);
 
-/** The entries at these places as `show` prints them. */
+// The entries at these places as `show` prints them.
 std::string shownEntries(const Request &request, const Queue &queue, const Places &places);
 
-/**
- * Says on standard output what was done, as JSON when that is asked for. It stays done when standard output fails, so
- * that is no failure.
- */
+// Says on standard output what was done, as JSON when that is asked for. It stays done when standard output fails, so
+// that is no failure.
 void report(const Request &request, const std::string &text, const Record &details);
 
-/** Says on standard error what went wrong, as JSON when that is asked for; the request is null before there is one. */
+// Says on standard error what went wrong, as JSON when that is asked for; the request is null before there is one.
 void complain(const Request *request, bool isJson, const Stop &stop);
 
-/** Moves an entry to another queue of the same form, which is written, and read back, first. Throws Stop. */
+// Moves an entry to another queue of the same form, which is written, and read back, first. Throws Stop.
 void moveToEnd(Queue &source, std::size_t place, Queue &target);
 
-/** Throws Stop (wrong usage) when it is not said which entries are meant. */
+// Throws Stop (wrong usage) when no entries are chosen.
 void requireSelection(const Request &request);
 
-/** Asks on the terminal, unless the request says yes. Throws Stop when nobody agrees. */
+// Asks on the terminal, unless the request says yes. Throws Stop when nobody agrees.
 void confirm(const Request &request, const std::string &question);
 
 }  // namespace tool

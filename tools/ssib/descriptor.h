@@ -10,7 +10,7 @@
 
 namespace tool {
 
-/** An open file that is closed with its scope; negative: none. */
+// An open file that is closed with its scope; negative: none.
 class Descriptor {
  public:
   explicit Descriptor(int opened = -1) : number_(opened) {}
@@ -29,7 +29,7 @@ class Descriptor {
   int number_;
 };
 
-/** Whether all of it could be written, errno says why not. */
+// Whether all of it could be written, errno says why not.
 inline bool writeAll(int file, std::string_view bytes) {
   while (!bytes.empty()) {
     const ssize_t count = write(file, bytes.data(), bytes.size());

@@ -35,13 +35,15 @@ std::string identifier(Form form, Form /*other*/, const SSIB_ENTRY_LIST &element
 void pairUp(const Queue &first, const Queue &second, Describe describe, Pairs &pairs) {
   std::multimap<std::string, std::size_t> unpaired;
   for (std::size_t i = 0; i < second.elements.size(); ++i) {
+    if (pairs.isSecondPaired[i]) continue;
     std::string text = describe(second.form(), first.form(), *second.elements[i]);
-    if (!pairs.isSecondPaired[i] && !text.empty()) unpaired.emplace(std::move(text), i);
+    if (!text.empty()) unpaired.emplace(std::move(text), i);
   }
   for (std::size_t i = 0; i < first.elements.size(); ++i) {
     if (pairs.secondOf.contains(i)) continue;
-    const auto found = unpaired.lower_bound(describe(first.form(), second.form(), *first.elements[i]));
-    if (found == unpaired.end() || found->first != describe(first.form(), second.form(), *first.elements[i])) continue;
+    const std::string text = describe(first.form(), second.form(), *first.elements[i]);
+    const auto found = unpaired.lower_bound(text);
+    if (found == unpaired.end() || found->first != text) continue;
     pairs.secondOf.emplace(i, found->second);
     pairs.isSecondPaired[found->second] = true;
     unpaired.erase(found);

@@ -11,13 +11,13 @@
 
 namespace tool {
 
-/** One entry that is not at the same place, with the same fields, in both. */
+// One entry that is not at the same place, with the same fields, in both.
 struct Difference {
   std::size_t first, second;  // its numbers, from 1; 0 where it is missing
   std::string changed;        // names of the fields that differ
 };
 
-/** The differences, those of the first queue's entries in front. */
+// The differences, those of the first queue's entries in front.
 std::vector<Difference> differencesOf(const Queue &first, const Queue &second);
 
 }  // namespace tool

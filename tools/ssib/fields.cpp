@@ -2,6 +2,7 @@
 #include "fields.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdlib>
 #include <cstring>
@@ -16,54 +17,78 @@ struct Option {
   const char *name, *help;
 };
 
-constexpr Field number(const char *name, Field::Place place, std::uint32_t largest, std::uint32_t bit, Option option) {
+constexpr Field number(const char *name, Field::Place place, std::uint32_t largest, std::uint32_t bit, Option option,
+                       std::string_view attribute) {
   return {.name = name,
           .option = option.name,
           .help = option.help,
           .kind = Kind::Number,
           .number = place,
           .largest = largest,
-          .bit = bit};
+          .bit = bit,
+          .attribute = attribute};
 }
 
-constexpr Field xmlText(const char *name, SSIB_TEXT SSIB_ENTRY::*member, Option option) {
-  return {.name = name, .option = option.name, .help = option.help, .text = member};
+constexpr Field xmlText(const char *name, SSIB_TEXT SSIB_ENTRY::*member, Option option, std::string_view attribute) {
+  return {.name = name, .option = option.name, .help = option.help, .text = member, .attribute = attribute};
 }
 
-constexpr Field taskListText(const char *name, SSIB_TEXT SSIB_ENTRY::*member, Option option) {
-  return {.name = name, .option = option.name, .help = option.help, .text = member, .stored = {false, true}};
+constexpr Field taskListText(const char *name, SSIB_TEXT SSIB_ENTRY::*member, Option option, Field::Key key) {
+  return {.name = name, .option = option.name, .help = option.help, .text = member, .key = key};
 }
 
 constexpr Field kFields[] = {
     number("Version", {offsetof(SSIB_ENTRY, Version), 4}, 0xFFFFFFFF, 0,
-           {"version-number", "version number of the block"}),
-    number("Block_ID", {offsetof(SSIB_ENTRY, Block_ID), 2}, 0xFFFF, 0, {"block-id", "identifier of the block"}),
-    number("RB_Type", {offsetof(SSIB_ENTRY, RB_Type), 1}, 0xFF, SSIB_FIELD_RB_TYPE, {"rb-type", "optional"}),
-    number("RB_Req", {offsetof(SSIB_ENTRY, RB_Req), 1}, 0xFF, SSIB_FIELD_RB_REQ, {"rb-req", "optional"}),
-    number("Timeout", {offsetof(SSIB_ENTRY, Timeout), 4}, 0xFFFF, SSIB_FIELD_TIMEOUT, {"timeout", "optional: seconds"}),
+           {"version-number", "version number of the block"}, "Version"),
+    number("Block_ID", {offsetof(SSIB_ENTRY, Block_ID), 2}, 0xFFFF, 0, {"block-id", "identifier of the block"},
+           "BLOCK_ID"),
+    number("RB_Type", {offsetof(SSIB_ENTRY, RB_Type), 1}, 0xFF, SSIB_FIELD_RB_TYPE, {"rb-type", "optional"}, "RB_TYPE"),
+    number("RB_Req", {offsetof(SSIB_ENTRY, RB_Req), 1}, 0xFF, SSIB_FIELD_RB_REQ, {"rb-req", "optional"}, "RB_REQ"),
+    number("Timeout", {offsetof(SSIB_ENTRY, Timeout), 4}, 0xFFFF, SSIB_FIELD_TIMEOUT, {"timeout", "optional: seconds"},
+           "TIMEOUT"),
     number("Rtn_Code", {offsetof(SSIB_ENTRY, Rtn_Code), 4}, 0xFFFFFFFF, SSIB_FIELD_RTN_CODE,
-           {"rtn-code", "optional: return code of the job"}),
-    number("RT_Count", {offsetof(SSIB_ENTRY, RT_Count), 2}, 0xFFFF, SSIB_FIELD_RT_COUNT, {"rt-count", "optional"}),
+           {"rtn-code", "optional: return code of the job"}, "RTN_CODE"),
+    number("RT_Count", {offsetof(SSIB_ENTRY, RT_Count), 2}, 0xFFFF, SSIB_FIELD_RT_COUNT, {"rt-count", "optional"},
+           "RT_COUNT"),
     {.name = "Job_ID",
      .option = "job-id",
      .help = "optional: job identifier",
      .text = &SSIB_ENTRY::Job_ID,
      .bit = SSIB_FIELD_JOB_ID,
-     .stored = {true, true}},
-    xmlText("Cmd_Line", &SSIB_ENTRY::Cmd_Line,
-            {"cmd-line", "command line; double quotes around the whole of it are not stored"}),
-    xmlText("Task_Name", &SSIB_ENTRY::Task_Name, {"task-name", "name of the task"}),
-    {.name = "Node", .kind = Kind::Node},
-    xmlText("LU_Category", &SSIB_ENTRY::LU_Category, {"lu-category", "category of the job"}),
-    taskListText("Display_Name", &SSIB_ENTRY::Display_Name, {"display-name", "what the job is called on displays"}),
-    taskListText("Job_Type", &SSIB_ENTRY::Job_Type, {"job-type", "type of the job, for example UPDATE"}),
-    taskListText("FQDD", &SSIB_ENTRY::FQDD, {"fqdd", "descriptor of the device"}),
-    taskListText("Resource_URI", &SSIB_ENTRY::Resource_URI, {"resource-uri", "where the resource is"}),
-    taskListText("Resource_Type", &SSIB_ENTRY::Resource_Type, {"resource-type", "what the resource is"}),
+     .attribute = "JOB_ID",
+     .key = {"JOBID", 3}},
+    {.name = "Cmd_Line",
+     .option = "cmd-line",
+     .help = "command line; double quotes around the whole of it are not stored",
+     .text = &SSIB_ENTRY::Cmd_Line,
+     .isElement = true},
+    xmlText("Task_Name", &SSIB_ENTRY::Task_Name, {"task-name", "name of the task"}, "TASK_NAME"),
+    {.name = "Node", .kind = Kind::Node, .isElement = true},
+    xmlText("LU_Category", &SSIB_ENTRY::LU_Category, {"lu-category", "category of the job"}, "LU_CATEGORY"),
+    taskListText("Display_Name", &SSIB_ENTRY::Display_Name, {"display-name", "what the job is called on displays"},
+                 {"DisplayName", 1}),
+    taskListText("Job_Type", &SSIB_ENTRY::Job_Type, {"job-type", "type of the job, for example UPDATE"},
+                 {"JobType", 0}),
+    taskListText("FQDD", &SSIB_ENTRY::FQDD, {"fqdd", "descriptor of the device"}, {"FQDD", 2}),
+    taskListText("Resource_URI", &SSIB_ENTRY::Resource_URI, {"resource-uri", "where the resource is"},
+                 {"ResourceURI", 4}),
+    taskListText("Resource_Type", &SSIB_ENTRY::Resource_Type, {"resource-type", "what the resource is"},
+                 {"ResourceType", 5}),
     taskListText("Resource_Namespace", &SSIB_ENTRY::Resource_Namespace,
-                 {"resource-namespace", "namespace of the resource"}),
-    taskListText("Target_Version", &SSIB_ENTRY::Target_Version, {"target-version", "version to arrive at"}),
+                 {"resource-namespace", "namespace of the resource"}, {"ResourceNamespace", 6}),
+    taskListText("Target_Version", &SSIB_ENTRY::Target_Version, {"target-version", "version to arrive at"},
+                 {"TargetVersion", 7}),
 };
+
+// A field too many, or a place that is not below kKeys, does not compile.
+constexpr auto kByKey = [] {
+  std::array<const Field *, kKeys> ordered = {};
+  for (const Field &field : kFields) {
+    if (field.storedIn(Form::TaskList)) ordered.at(field.key.place) = &field;
+  }
+  return ordered;
+}();
+static_assert(std::ranges::count(kByKey, nullptr) == 0);
 
 // Where the low bytes of a number lie.
 char *lowBytes(std::uint32_t &number, std::size_t width) {
@@ -75,6 +100,10 @@ char *lowBytes(std::uint32_t &number, std::size_t width) {
 
 std::span<const Field> fields() {
   return kFields;
+}
+
+std::span<const Field *const, kKeys> fieldsByKey() {
+  return kByKey;
 }
 
 const Field *findField(std::string_view name) {

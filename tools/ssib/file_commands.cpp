@@ -8,7 +8,6 @@
 #include "commands.h"
 #include "host.h"
 #include "locks.h"
-#include "output.h"
 
 namespace tool {
 namespace {

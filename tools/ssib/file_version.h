@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <ctime>
-#include <optional>
 
 #include "descriptor.h"
 
@@ -11,13 +10,13 @@ namespace tool {
 
 class QueueName;
 
-/** What tells whether a queue's file is still the one that it was. */
+// What tells whether a queue's file is still the one that it was.
 class FileVersion {
  public:
   FileVersion() = default;
   explicit FileVersion(const QueueName &name);
 
-  /** False also when either could not be found out. */
+  // False also when either could not be found out.
   bool operator==(const FileVersion &other) const;
 
  private:

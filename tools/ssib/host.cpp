@@ -3,9 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <new>
 #include <system_error>
 
@@ -20,12 +18,6 @@
 
 namespace tool {
 namespace {
-
-struct Free {
-  void operator()(void *block) const { std::free(block); }
-};
-template <class T>
-using Block = std::unique_ptr<T, Free>;
 
 std::string numberText(const char *format, unsigned value) {
   char text[16];

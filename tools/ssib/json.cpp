@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "json.h"
 
-#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -60,6 +59,12 @@ GivenFields fieldsOf(const Json &object) {
   return given;
 }
 
+// ", at line 1, column 2", as the parser counts them from where an entry begins.
+std::string placeIn(const std::string &message) {
+  const std::size_t begin = message.find("line "), end = message.find(':', begin);
+  return begin == std::string::npos ? "" : ", at " + message.substr(begin, end - begin);
+}
+
 // One array, or objects up to the end.
 std::vector<Json> objectsIn(const std::string &text) {
   std::istringstream stream(text);
@@ -71,7 +76,8 @@ std::vector<Json> objectsIn(const std::string &text) {
       objects.push_back(std::move(value));
     }
   } catch (const Json::exception &error) {
-    throw Stop(Exit::Usage, "not JSON: " + escaped(error.what()));
+    const std::string entry = objects.empty() ? "" : "entry " + std::to_string(objects.size() + 1) + ": ";
+    throw Stop(Exit::Usage, entry + "not JSON" + placeIn(error.what()));
   }
   return objects;
 }

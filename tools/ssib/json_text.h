@@ -10,10 +10,10 @@
 
 namespace tool {
 
-/** The value that stands for a text: a string, or the object with its bytes where the text is not UTF-8. */
+// The value that stands for a text: a string, or the object with its bytes where the text is not UTF-8.
 nlohmann::ordered_json jsonOfText(std::string_view text);
 
-/** The text that a value stands for; none when it stands for no text of a queue, which has no NUL in it. */
+// The text that a value stands for; none when it stands for no text of a queue, which has no NUL in it.
 std::optional<std::string> textOfJson(const nlohmann::ordered_json &value);
 
 }  // namespace tool

@@ -73,8 +73,7 @@ Queue openToChange(const QueueName &name, bool forced) {
   }
   std::string message = "cannot write " + name.shown() + " anew without losing something of it:\n";
   for (const std::string &loss : opened.losses) message += "  " + loss + "\n";
-  throw Stop(Exit::Refused,
-             message + "'ssib check " + name.shown() + "' says what else is odd; --force writes all the same");
+  throw Stop(Exit::Refused, message + name.checkCommand() + " tells what else is odd; --force writes all the same");
 }
 
 }  // namespace tool

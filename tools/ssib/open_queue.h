@@ -7,13 +7,11 @@
 
 namespace tool {
 
-/** Reads a queue, and says on standard error what its next write would lose. Throws Stop. */
+// Reads a queue, and says on standard error what its next write would lose. Throws Stop.
 Queue openToLook(const QueueName &name);
 
-/**
- * Reads a queue that is to be written, under the lock. Throws Stop, also when writing it would lose something of its
- * file, unless that is `forced`; then it is said on standard error.
- */
+// Reads a queue that is to be written, under the lock. Throws Stop, also when writing it would lose something of its
+// file, unless that is `forced`; then it is said on standard error.
 Queue openToChange(const QueueName &name, bool forced);
 
 }  // namespace tool

@@ -14,11 +14,8 @@ namespace tool {
 namespace {
 
 // Finding a key, the task list's reader takes the first quoted text that equals it, be it a value.
-constexpr const char *kTaskListKeys[] = {"JobType",      "DisplayName",       "FQDD",         "JOBID", "ResourceURI",
-                                         "ResourceType", "ResourceNamespace", "TargetVersion"};
-
 bool isTaskListKey(const std::string &value) {
-  return std::find(std::begin(kTaskListKeys), std::end(kTaskListKeys), value) != std::end(kTaskListKeys);
+  return std::ranges::any_of(fieldsByKey(), [&](const Field *field) { return field->key.name == value; });
 }
 
 // The first and the last character of a command line that begins with a double quote are not stored, and what is stored

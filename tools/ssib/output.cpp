@@ -65,7 +65,7 @@ std::string entryAsLines(Form form, const SSIB_ENTRY_LIST &element) {
   std::string out;
   for (const Field &field : fields()) {
     const Value value = valueOf(form, field, element);
-    if (value) out += std::string(field.name) + ": " + escaped(*value) + "\n";
+    if (value) out += std::string(field.name) + (value->empty() ? ":" : ": ") + escaped(*value) + "\n";
   }
   return out;
 }

@@ -14,13 +14,11 @@ class PartitionWatch {
  public:
   explicit PartitionWatch(const QueueName &name);
 
-  /**
-   * Waits until the file has changed, until an interruption, or for a while: what the system cannot tell is found by
-   * looking. Returns how often the file was replaced or deleted, as far as is known.
-   */
+  // Waits until the file has changed, until an interruption, or for a while: what the system cannot tell is found by
+  // looking. Returns how often the file was replaced or deleted, as far as is known.
   std::size_t wait();
 
-  /** How often that was since the last question; does not wait. */
+  // How often that was since the last question; does not wait.
   std::size_t changes();
 
  private:

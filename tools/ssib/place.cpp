@@ -104,7 +104,11 @@ void Place::fetch(const std::string &name) const {
   if (isPartition() || isInput()) return;
   const std::string file = directory_ + "/" + name;
   const fs::path copy = fs::path(private_) / name;
-  isFile(file) ? write(copy, readAll(file)) : static_cast<void>(fs::remove(copy));
+  if (isFile(file)) {
+    write(copy, readAll(file));
+  } else {
+    fs::remove(copy);
+  }
 }
 
 void Place::putBack(const std::string &name) const {
@@ -122,7 +126,11 @@ AtPlace::AtPlace(const QueueName &name) : name_(name) {
 
 AtPlace::~AtPlace() {
   if (name_.place() == nullptr) return;
-  rootBefore_ ? setRoot(*rootBefore_) : static_cast<void>(unsetenv(kRoot));
+  if (rootBefore_) {
+    setRoot(*rootBefore_);
+  } else {
+    unsetenv(kRoot);
+  }
 }
 
 void AtPlace::putBack() const {

@@ -14,25 +14,23 @@ class QueueName;
 
 class Place {
  public:
-  /**
-   * The place of the file at a path, "-" for what standard input holds; null when that is the partition. `name`
-   * receives the file's name there. Throws Stop when there can be no queue file at that path.
-   */
+  // The place of the file at a path, "-" for what standard input holds; null when that is the partition. `name`
+  // receives the file's name there. Throws Stop when there can be no queue file at that path.
   static std::shared_ptr<const Place> of(const std::string &path, std::string &name);
 
   ~Place();
   Place(const Place &) = delete;
   Place &operator=(const Place &) = delete;
 
-  /** What $VARSK_ROOT has to be there. */
+  // What $VARSK_ROOT has to be there.
   const std::string &root() const { return root_; }
-  /** The directory of the file; empty for standard input. */
+  // The directory of the file; empty for standard input.
   const std::string &directory() const { return directory_; }
-  /** Whether the directory is a partition, which has a lock and needs no copies. */
+  // Whether the directory is a partition, which has a lock and needs no copies.
   bool isPartition() const { return private_.empty(); }
   bool isInput() const { return directory_.empty(); }
 
-  /** Make the copy what the file is, and the file what the copy is. Throw Stop. */
+  // Make the copy what the file is, and the file what the copy is. Throw Stop.
   void fetch(const std::string &name) const;
   void putBack(const std::string &name) const;
 
@@ -43,7 +41,7 @@ class Place {
   std::string private_;  // the private partition; empty when there is none
 };
 
-/** For as long as it lives, the library and the platform find the queue of that name, as it is now. Throws Stop. */
+// For as long as it lives, the library and the platform find the queue of that name, as it is now. Throws Stop.
 class AtPlace {
  public:
   explicit AtPlace(const QueueName &name);
@@ -51,7 +49,7 @@ class AtPlace {
   AtPlace(const AtPlace &) = delete;
   AtPlace &operator=(const AtPlace &) = delete;
 
-  /** To be called when the file was written or deleted. Throws Stop. */
+  // To be called when the file was written or deleted. Throws Stop.
   void putBack() const;
 
  private:
@@ -59,7 +57,7 @@ class AtPlace {
   std::optional<std::string> rootBefore_;
 };
 
-/** The directory of a queue's file. Throws Stop when there is none. */
+// The directory of a queue's file. Throws Stop when there is none.
 std::string directoryOf(const QueueName &name);
 
 }  // namespace tool

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "host.h"
+#include "queue_file.h"
 #include "stop.h"
 #include "values.h"
 
@@ -105,12 +106,18 @@ QueueName QueueName::ofFile(const std::string &path) {
   std::shared_ptr<const Place> place = Place::of(path, plain);
   QueueName name(plain);
   name.place_ = std::move(place);
+  name.isByPath_ = true;
   name.shown_ = path == "-" ? "standard input" : escaped(path);
   return name;
 }
 
 Form QueueName::form() const {
   return wide_.find(SSIB_TASK_LIST_MARK) != std::wstring::npos ? Form::TaskList : Form::Xml;
+}
+
+std::string QueueName::checkCommand() const {
+  const bool isInput = place_ != nullptr && place_->isInput();
+  return "'ssib check " + (isByPath_ ? "-f " + (isInput ? "-" : shown_) : shown_) + "'";
 }
 
 QueueName QueueName::with(const char *suffix) const {
@@ -131,19 +138,16 @@ void startLibrary() {
 }
 
 bool exists(const QueueName &name, const std::string &action) {
-  const AtPlace there(name);
-  std::FILE *stream = nullptr;
-  const EFI_STATUS status = varsk_fopen_1(sVarskPartition, name.wide(), "r", &stream);
-  if (stream != nullptr) {
-    varsk_fclose_1(sVarskPartition, stream, "r");
-    return true;
-  }
-  if (status == EFI_ACCESS_DENIED) refuse(action, status);
-  return false;
+  return openStored(name, action) != nullptr;
+}
+
+std::string missingMessage(const QueueName &name) {
+  const std::string missing = "there is no " + name.shown();
+  return name.isByPath() ? missing : missing + "; 'ssib queues' lists what there is";
 }
 
 void requireExists(const QueueName &name, const std::string &action) {
-  if (!exists(name, action)) throw Stop(Exit::NothingThere, "there is no " + name.shown());
+  if (!exists(name, action)) throw Stop(Exit::NothingThere, missingMessage(name));
 }
 
 void deleteFile(const QueueName &name) {
@@ -168,6 +172,12 @@ Queue::Queue(const QueueName &name, Access access, const std::string &action)
     // A task list that is refused counts as open. Its list is empty, so that the close writes nothing.
     iCloseSSIB(handle_.get());
     status = iOpenSSIB(handle_.get(), name.wide());
+  }
+  if (status == EFI_INVALID_PARAMETER) {
+    throw Stop(Exit::Refused,
+               "cannot " + action + " " + name.shown() + ": " + statusName(status) + "; " + name.checkCommand() +
+                   " tells where it is damaged",
+               status);
   }
   require(status, action + " " + name.shown());
   elements = listOf(*handle_);
@@ -248,7 +258,7 @@ void release(const Elements &elements) {
 }
 
 std::string emptyMessage(const QueueName &name) {
-  return exists(name, "open " + name.shown()) ? name.shown() + " is empty" : "there is no " + name.shown();
+  return exists(name, "open " + name.shown()) ? name.shown() + " is empty" : missingMessage(name);
 }
 
 }  // namespace tool

@@ -1,29 +1,29 @@
 // SPDX-License-Identifier: MIT
 #include "queue_file.h"
 
-#include <cstdio>
-
 #include "stop.h"
-#include "VyxSSIBBackend.h"
 
 namespace tool {
 
-std::optional<std::string> storedBytes(const QueueName &name) {
+StoredFile openStored(const QueueName &name, const std::string &action) {
   const AtPlace there(name);
   std::FILE *stream = nullptr;
   const EFI_STATUS status = varsk_fopen_1(sVarskPartition, name.wide(), "r", &stream);
-  if (status == EFI_NOT_FOUND) return std::nullopt;
-  if (stream == nullptr) refuse("open " + name.shown(), status == EFI_SUCCESS ? EFI_DEVICE_ERROR : status);
-  if (getSize(stream) == UINT32_MAX) {  // the library refuses it without reading it
-    varsk_fclose_1(sVarskPartition, stream, "r");
+  StoredFile file(stream);
+  if (file == nullptr && status != EFI_NOT_FOUND) refuse(action, status == EFI_SUCCESS ? EFI_DEVICE_ERROR : status);
+  return file;
+}
+
+std::optional<std::string> storedBytes(const QueueName &name) {
+  const StoredFile file = openStored(name, "open " + name.shown());
+  if (file == nullptr) return std::nullopt;
+  if (getSize(file.get()) == UINT32_MAX) {  // the library refuses it without reading it
     refuse("open " + name.shown(), EFI_OUT_OF_RESOURCES);
   }
   std::string bytes;
   char chunk[BUFSIZ];
-  for (std::size_t read = 0; (read = std::fread(chunk, 1, sizeof(chunk), stream)) > 0;) bytes.append(chunk, read);
-  const bool isRead = std::ferror(stream) == 0;
-  varsk_fclose_1(sVarskPartition, stream, "r");
-  if (!isRead) refuse("read " + name.shown(), EFI_DEVICE_ERROR);
+  for (std::size_t read = 0; (read = std::fread(chunk, 1, sizeof(chunk), file.get())) > 0;) bytes.append(chunk, read);
+  if (std::ferror(file.get()) != 0) refuse("read " + name.shown(), EFI_DEVICE_ERROR);
   return bytes;
 }
 

@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <cctype>
 #include <csignal>
-#include <cstdlib>
 #include <optional>
 
 #include "commands.h"
 #include "handler.h"
+#include "host.h"
 #include "interruption.h"
 #include "locks.h"
 #include "open_queue.h"
@@ -36,6 +36,13 @@ Variables variablesOf(const Queue &queue, std::size_t place) {
     variables.emplace_back(variableOf(field.name), std::move(value));
   }
   return variables;
+}
+
+// With its identifier: by the time that somebody looks, the number may be another one's.
+std::string describe(const Queue &queue, std::size_t place) {
+  const Value identifier = valueOf(queue.form(), *findField("Job_ID"), *queue.elements[place]);
+  return "entry " + std::to_string(place + 1) + (identifier ? " (Job_ID " + escaped(*identifier) + ")" : "") + " of " +
+         queue.name().shown();
 }
 
 class Runner {
@@ -129,7 +136,7 @@ void Runner::end(std::optional<std::size_t> place, const Ending &ending, const s
 }
 
 void Runner::settle(std::size_t place, const Ending &ending) {
-  const std::string entry = "entry " + std::to_string(place + 1) + " of " + request_.queue.shown();
+  const std::string entry = describe(queue_, place);
   const std::string handled = "; the command " + ending.text();
   const std::string stays = handled + ", and " + entry + " was not removed";
   setLockInterruption(isInterruptedAgain);
@@ -150,8 +157,7 @@ void Runner::settle(std::size_t place, const Ending &ending) {
 void Runner::handle(std::size_t place) {
   const Ending ending = tryCommand(place);
   if (!ending.isSuccess() && (!request_.failedTo || isInterrupted())) {
-    throw Stop(Exit::HandlerFailed, "the command " + ending.text() + "; entry " + std::to_string(place + 1) + " of " +
-                                        request_.queue.shown() + " stays");
+    throw Stop(Exit::HandlerFailed, "the command " + ending.text() + "; " + describe(queue_, place) + " stays");
   }
   if (!outcome_) outcome_ = Exit::Done;
   settle(place, ending);

@@ -18,7 +18,7 @@ namespace {
 
 std::string bytesToSalvage(const QueueName &name) {
   std::optional<std::string> bytes = storedBytes(name);
-  if (!bytes) throw Stop(Exit::NothingThere, "there is no " + name.shown());
+  if (!bytes) throw Stop(Exit::NothingThere, missingMessage(name));
   return *std::move(bytes);
 }
 

@@ -12,13 +12,13 @@
 
 namespace tool {
 
-/** Numbers of entries, the first being 1, as ranges that include both ends; none stands for every entry. */
+// Numbers of entries, the first being 1, as ranges that include both ends; none stands for every entry.
 using Ranges = std::vector<std::pair<std::size_t, std::size_t>>;
 
-/** Reads "3", "2-5", "1,4-6". Throws Stop. */
+// Reads "3", "2-5", "1,4-6". Throws Stop.
 Ranges parseRanges(const std::string &text);
 
-/** Reads "FIELD=VALUE", the field by the name of its option or of the record. Throws Stop. */
+// Reads "FIELD=VALUE", the field by the name of its option or of the record. Throws Stop.
 GivenField parseMatch(const std::string &text);
 
 struct Selection {
@@ -28,16 +28,16 @@ struct Selection {
   bool isEverything() const { return ranges.empty() && matches.empty(); }
 };
 
-/** Throws Stop (wrong usage) when entries of that form can never match. */
+// Throws Stop (wrong usage) when entries of that form can never match.
 void checkMatches(Form form, const GivenFields &matches);
 
-/** Whether an element has all these values. */
+// Whether an element has all these values.
 bool matchesAll(Form form, const GivenFields &matches, const SSIB_ENTRY_LIST &element);
 
-/** The places chosen, at least one. Throws Stop when the queue has no such entry. */
+// The places chosen, at least one. Throws Stop when the queue has no such entry.
 Places chosenPlaces(const Selection &selection, const Queue &queue);
 
-/** The first place chosen, unless numbers choose more. */
+// The first place chosen, unless numbers choose more.
 Places firstPlaces(const Selection &selection, const Queue &queue);
 
 }  // namespace tool

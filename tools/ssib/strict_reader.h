@@ -9,7 +9,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,7 +26,7 @@ struct Remark {
   bool isLeftOut = false;  // an entry that is not whole, in a damaged file
 };
 
-/** A field of an entry. A Node is XML text, with a declaration in front when its bytes are ISO-8859-1. */
+// A field of an entry. A Node is XML text, with a declaration in front when its bytes are ISO-8859-1.
 struct StrictValue {
   const Field *field;
   std::uint32_t number = 0;
@@ -46,45 +45,44 @@ struct StrictReading {
   std::vector<Remark> remarks;  // in the order of the file
   std::vector<StrictEntry> entries;
 
-  /** Whether the next write loses or changes something of the file. */
+  // Whether the next write loses or changes something of the file.
   bool wouldDrop() const;
 
   // Offsets count from 0.
-  /** A remark on the file. */
+
+  // A remark on the file.
   void remark(std::size_t offset, std::string text, bool drops);
-  /** A remark on the entry that comes next. */
+  // A remark on the entry that comes next.
   void remarkOnNext(std::size_t offset, std::string text, bool drops);
-  /** What looks like an entry and is not whole. */
+  // What looks like an entry and is not whole.
   void leaveOut(std::size_t offset, std::string why);
-  /** The first damage counts. */
+  // The first damage counts.
   void damageAt(std::size_t offset, std::string text);
 };
 
-/** "entry 1, line 2, byte 3: what it is", safe for a terminal. */
+// "entry 1, line 2, byte 3: what it is", safe for a terminal.
 std::string remarkAsLine(const Remark &remark);
 
-/** The entry as an element in no list. Throws std::bad_alloc. */
+// The entry as an element in no list. Throws std::bad_alloc.
 SSIB_ENTRY_LIST *elementOf(const StrictEntry &entry);
 
-/** Whether a task list that is written with this entry gives it back. */
+// Whether a task list that is written with this entry gives it back.
 bool isTaskListEntry(const StrictEntry &entry);
 
-/** Throws std::bad_alloc. */
+// Throws std::bad_alloc.
 StrictReading readStrictly(Form form, std::string_view bytes);
 
-/**
- * The two forms: damage, entries and what is special about their texts. The library reads bytes up to a NUL; in a
- * damaged file entries are looked for after it, too.
- */
+// The two forms: damage, entries and what is special about their texts. The library reads bytes up to a NUL; in a
+// damaged file entries are looked for after it, too.
 void readXmlStrictly(std::string_view bytes, StrictReading &reading);
 void readTaskListStrictly(std::string_view bytes, StrictReading &reading);
 
-/** What the library reads of a file. */
+// What the library reads of a file.
 inline std::string_view upToNul(std::string_view bytes) {
   return bytes.substr(0, bytes.find('\0'));
 }
 
-/** A name from the file as a message may hold it: in quotes, and cut when it is long. */
+// A name from the file as a message may hold it: in quotes, and cut when it is long.
 std::string quoted(std::string_view name);
 
 }  // namespace tool

@@ -15,31 +15,13 @@ using Position = std::size_t;
 constexpr Position kNone = std::string_view::npos;
 constexpr const char *kWhite = " \t\r\n";
 
-struct Key {
-  std::string_view name;
-  const char *field;
-};
-// In the order in which they are written.
-constexpr Key kKeys[] = {{"JobType", "Job_Type"},
-                         {"DisplayName", "Display_Name"},
-                         {"FQDD", "FQDD"},
-                         {"JOBID", "Job_ID"},
-                         {"ResourceURI", "Resource_URI"},
-                         {"ResourceType", "Resource_Type"},
-                         {"ResourceNamespace", "Resource_Namespace"},
-                         {"TargetVersion", "Target_Version"}};
-
-const Key *keyNamed(std::string_view name) {
-  const Key *key = std::ranges::find(kKeys, name, &Key::name);
-  return key == std::end(kKeys) ? nullptr : key;
+const Field *fieldOfKey(std::string_view name) {
+  const auto found = std::ranges::find(fieldsByKey(), name, [](const Field *field) { return field->key.name; });
+  return found == fieldsByKey().end() ? nullptr : *found;
 }
 
-std::size_t indexOf(const Key &key) {
-  return static_cast<std::size_t>(&key - kKeys);
-}
-
-// The texts of an object's keys; empty where there is none.
-using Texts = std::array<std::string_view, std::size(kKeys)>;
+// The texts of an object's keys, in their order; empty where there is none.
+using Texts = std::array<std::string_view, kKeys>;
 
 // What the library makes of a text.
 class LibraryView {
@@ -84,14 +66,16 @@ class LibraryView {
 
   Texts textsOf(Position begin, Position end) const {
     Texts texts;
-    std::array<bool, std::size(kKeys)> isFound = {};
+    std::array<bool, kKeys> isFound = {};
+    const auto fields = fieldsByKey();
     for (Position quote = text_.find('"', begin); quote < end; quote = text_.find('"', quote + 1)) {
-      for (const Key &key : kKeys) {
-        const Position keyEnd = quote + key.name.size() + 2;
-        if (isFound[indexOf(key)] || keyEnd > end || text_[keyEnd - 1] != '"') continue;
-        if (text_.substr(quote + 1, key.name.size()) != key.name) continue;
-        isFound[indexOf(key)] = true;
-        texts[indexOf(key)] = valueAfter(keyEnd);
+      for (const Field *field : fields) {
+        const auto [name, place] = field->key;
+        const Position keyEnd = quote + name.size() + 2;
+        if (isFound[place] || keyEnd > end || text_[keyEnd - 1] != '"') continue;
+        if (text_.substr(quote + 1, name.size()) != name) continue;
+        isFound[place] = true;
+        texts[place] = valueAfter(keyEnd);
       }
     }
     return texts;
@@ -115,7 +99,7 @@ class TaskListReader {
     const Position open = text_.find('[');
     if (open == kNone) {
       damage(text_.size(), "there is no \"[\", which opens the list");
-    } else if (isHead(open)) {
+    } else if (acceptHead(open)) {
       at_ = open + 1;
       readList();
     } else {
@@ -157,7 +141,7 @@ class TaskListReader {
   }
 
   // Whether there is in front of the list what is to be, or nothing.
-  bool isHead(Position open) {
+  bool acceptHead(Position open) {
     hasHead_ = accept('{') && acceptText() == "SMAJob" && accept(':');
     if (hasHead_) return text_.find_first_not_of(kWhite, at_) == open;
     if (text_.find_first_not_of(kWhite) != open) return false;
@@ -243,9 +227,9 @@ class TaskListReader {
   void keep(Position begin, const Texts &texts) {
     StrictEntry &entry = reading_.entries.emplace_back(StrictEntry{.offset = begin, .values = {}});
     texts_.push_back(texts);
-    for (const Key &key : kKeys) {
-      const std::string_view text = texts[indexOf(key)];
-      if (!text.empty()) entry.values.push_back({.field = findField(key.field), .text = std::string(text)});
+    for (const Field *field : fieldsByKey()) {
+      const std::string_view text = texts[field->key.place];
+      if (!text.empty()) entry.values.push_back({.field = field, .text = std::string(text)});
     }
   }
 
@@ -268,23 +252,23 @@ class TaskListReader {
     if (!name) return fail("the name of a key is missing");
     const Position begin = at_ - name->size() - 2;
     if (!accept(':')) return fail("a colon is missing");
-    const Key *key = keyNamed(*name);
-    if (key == nullptr) {
+    const Field *field = fieldOfKey(*name);
+    if (field == nullptr) {
       note(begin, "key " + quoted(*name) + " is unknown; the next write drops it", true);
       return skipValue();
     }
     const std::optional<std::string_view> value = acceptText();
     if (!value) return fail("the value of " + std::string(*name) + " is not a quoted text");
-    if (std::exchange(isSeen_[indexOf(*key)], true)) {
+    if (std::exchange(isSeen_[field->key.place], true)) {
       note(begin, "key " + quoted(*name) + " is repeated; the first counts, and the next write drops this one", true);
       return true;
     }
-    texts[indexOf(*key)] = *value;
-    remarkOnValue(begin, *key, *value);
+    texts[field->key.place] = *value;
+    remarkOnValue(begin, field->key, *value);
     return true;
   }
 
-  void remarkOnValue(Position at, const Key &key, std::string_view value) {
+  void remarkOnValue(Position at, const Field::Key &key, std::string_view value) {
     const auto say = [&](const char *what, bool drops) { note(at, std::string(key.name) + what, drops); };
     const auto isControl = [](char ch) { return static_cast<unsigned char>(ch) < 0x20; };
     if (value.size() > SSIB_TASK_LIST_TEXT_MAX) say(" has more than 4095 bytes; the next write drops the rest", true);
@@ -292,8 +276,9 @@ class TaskListReader {
     if (value.find('\\') != kNone || std::ranges::any_of(value, isControl)) {
       say(" holds backslashes or control characters, which the library takes as they are", false);
     }
-    if (const Key *named = keyNamed(value)) {
-      say(" has the name of a key for its value, which is taken for the key where that comes later", named > &key);
+    if (const Field *named = fieldOfKey(value)) {
+      say(" has the name of a key for its value, which is taken for the key where that comes later",
+          named->key.place > key.place);
     }
   }
 
@@ -318,7 +303,7 @@ class TaskListReader {
       const char ch = text_[at_];
       if (ch == '"') {
         const std::optional<std::string_view> text = acceptText();
-        if (!text || (isSalvaging_ && keyNamed(*text) != nullptr)) break;
+        if (!text || (isSalvaging_ && fieldOfKey(*text) != nullptr)) break;
         continue;
       }
       ++at_;
@@ -340,7 +325,7 @@ class TaskListReader {
   Position at_ = 0;
   bool hasHead_ = false;
   bool isSalvaging_ = false;
-  std::array<bool, std::size(kKeys)> isSeen_ = {};
+  std::array<bool, kKeys> isSeen_ = {};
   std::string failure_;       // why the object at hand is none
   std::vector<Texts> texts_;  // of the entries
 };
@@ -351,11 +336,12 @@ class TaskListReader {
 bool isTaskListEntry(const StrictEntry &entry) {
   Texts texts;
   std::string written = "{";
-  for (const Key &key : kKeys) {
-    const StrictValue *value = entry.find(*findField(key.field));
-    if (value != nullptr) texts[indexOf(key)] = value->text;
-    if (texts[indexOf(key)].size() > SSIB_TASK_LIST_TEXT_MAX) return false;
-    written.append("\"").append(key.name).append("\" : \"").append(texts[indexOf(key)]).append("\",");
+  for (const Field *field : fieldsByKey()) {
+    const StrictValue *value = entry.find(*field);
+    std::string_view &text = texts[field->key.place];
+    if (value != nullptr) text = value->text;
+    if (text.size() > SSIB_TASK_LIST_TEXT_MAX) return false;
+    written.append("\"").append(field->key.name).append("\" : \"").append(text).append("\",");
   }
   written.back() = '}';
   return LibraryView(written).readsAlone(0, written.size(), texts);

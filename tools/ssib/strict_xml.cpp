@@ -22,15 +22,6 @@ constexpr const char *kSingleBytes = "ISO-8859-1";
 constexpr std::string_view kDeclaration = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n";
 constexpr std::string_view kWrapper = "<SSIB_INFO>";
 
-struct Attribute {
-  std::string_view name;
-  const char *field;
-};
-constexpr Attribute kAttributes[] = {
-    {"Version", "Version"},     {"BLOCK_ID", "Block_ID"},      {"RB_REQ", "RB_Req"},     {"RB_TYPE", "RB_Type"},
-    {"TIMEOUT", "Timeout"},     {"RTN_CODE", "Rtn_Code"},      {"RT_COUNT", "RT_Count"}, {"JOB_ID", "Job_ID"},
-    {"TASK_NAME", "Task_Name"}, {"LU_CATEGORY", "LU_Category"}};
-
 bool isWhite(std::string_view text) {
   return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
@@ -76,13 +67,13 @@ class Run {
  public:
   Run(std::string_view text, std::size_t base, StrictReading &reading) : text_(text), base_(base), reading_(reading) {}
 
-  /** Reads a document; false when it is damaged, and then the reading has the entries that were whole before. */
-  bool isDocument();
-  /** Reads the block with which the text begins; false when it is not whole, and then the reading is as before. */
-  bool isBlock(const char *encoding);
+  // Reads a document; false when it is damaged, and then the reading has the entries that were whole before.
+  bool readDocument();
+  // Reads the block with which the text begins; false when it is not whole, and then the reading is as before.
+  bool readBlock(const char *encoding);
 
   bool isSingleBytes() const { return isSingleBytes_; }
-  /** Where blocks may be whole after the damage. */
+  // Where blocks may be whole after the damage.
   std::size_t resume() const { return resume_; }
 
  private:
@@ -181,7 +172,7 @@ bool Run::feed(std::string_view text, bool isLast) {
   return isTaken;
 }
 
-bool Run::isDocument() {
+bool Run::readDocument() {
   begin(nullptr);
   if (feed(text_, true)) return true;
   reading_.damageAt(place(), XML_ErrorString(XML_GetErrorCode(parser_.get())));
@@ -199,7 +190,7 @@ void Run::goBack() {
   resume_ = doubt_ ? to.offset : to.offset + 1;
 }
 
-bool Run::isBlock(const char *encoding) {
+bool Run::readBlock(const char *encoding) {
   isAlone_ = true;
   isSingleBytes_ = encoding != nullptr;
   prefix_ = kWrapper.size();
@@ -242,11 +233,11 @@ void Run::startBlock(std::string_view name, const char **attributes) {
 }
 
 void Run::readAttribute(std::string_view name, const char *value) {
-  const Attribute *attribute = std::ranges::find(kAttributes, name, &Attribute::name);
-  if (attribute == std::end(kAttributes)) {
+  const auto found = std::ranges::find(fields(), name, &Field::attribute);
+  if (found == fields().end()) {
     return note("attribute " + quoted(bytesOf(name)) + " is unknown; the next write drops it", true);
   }
-  const Field &field = *findField(attribute->field);
+  const Field &field = *found;
   std::string text = bytesOf(value);
   if (field.kind == Field::Kind::Text) {
     entry_.values.push_back({.field = &field, .text = std::move(text)});
@@ -331,8 +322,8 @@ void salvageBlocks(std::string_view bytes, const Run &document, StrictReading &r
   for (std::size_t at = bytes.find(start, document.resume()); at != std::string::npos; at = next) {
     next = bytes.find(start, at + 1);
     const std::string_view piece = bytes.substr(at, next - at);
-    if (!document.isSingleBytes() && Run(piece, at, reading).isBlock(nullptr)) continue;
-    if (Run(piece, at, reading).isBlock(kSingleBytes)) continue;
+    if (!document.isSingleBytes() && Run(piece, at, reading).readBlock(nullptr)) continue;
+    if (Run(piece, at, reading).readBlock(kSingleBytes)) continue;
     reading.leaveOut(at, "a block that is not whole");
   }
 }
@@ -341,7 +332,7 @@ void salvageBlocks(std::string_view bytes, const Run &document, StrictReading &r
 
 void readXmlStrictly(std::string_view bytes, StrictReading &reading) {
   Run document(upToNul(bytes), 0, reading);
-  if (!document.isDocument()) salvageBlocks(bytes, document, reading);
+  if (!document.readDocument()) salvageBlocks(bytes, document, reading);
 }
 
 }  // namespace tool

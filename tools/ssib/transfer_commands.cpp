@@ -5,10 +5,8 @@
 #include <cstdio>
 
 #include "commands.h"
-#include "host.h"
 #include "locks.h"
 #include "open_queue.h"
-#include "output.h"
 #include "values.h"
 
 namespace tool {
@@ -135,7 +133,7 @@ std::size_t transferWithin(const Request &request, bool isMove) {
 
 Exit transfer(const Request &request, bool isMove) {
   if (!request.target && request.toPlace == 0) {
-    throw Stop(Exit::Usage, "it is not said where to: give --to QUEUE, --to-place N, or both");
+    throw Stop(Exit::Usage, "the target is missing: give --to QUEUE, --to-place N, or both");
   }
   requireSelection(request);
   const QueueName to = request.target.value_or(request.queue);

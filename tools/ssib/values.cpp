@@ -2,10 +2,10 @@
 #include "values.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 #include <new>
 
+#include "host.h"
 #include "stop.h"
 
 namespace tool {
@@ -17,8 +17,8 @@ std::string nodeText(const XML_NODE *node) {
   XML_SERVICE_PROTOCOL *xml = gSSSIB2pvt.XMLProto;
   XML_STRING *image = nullptr;
   require(xml->SerializeTree(xml, node, 1, &image), "show a Node");
-  const std::unique_ptr<XML_STRING, decltype(&std::free)> record(image, &std::free);
-  const std::unique_ptr<char, decltype(&std::free)> text(image->text, &std::free);
+  const Block<XML_STRING> record(image);
+  const Block<char> text(image->text);
   return text ? text.get() : "";
 }
 

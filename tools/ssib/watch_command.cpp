@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // watch: what comes, goes and changes in a queue, by comparing what is in its file with what was there before.
 #include <csignal>
-#include <cstdio>
 #include <optional>
 
 #include "commands.h"

@@ -247,7 +247,7 @@ TEST_F(RobustTool, WorksOnAPlatformWithoutTheStandInsFunctions) {
         0}},
       {"list -q a\x1B.json",
        {"ssib: --queue: a\\x1B.json is not printable ASCII, as names have to be on this platform\n", 2}},
-      {"list -q a.json", {"ssib: there is no a.json\n", 1}},
+      {"list -q a.json", {"ssib: there is no a.json; 'ssib queues' lists what there is\n", 1}},
       {"list -q .x", {"ssib: cannot open .x: 0x8000000F\n", 3}},
   };
   for (const auto &[arguments, outcome] : rows)

@@ -78,7 +78,7 @@ Texts entriesOf(Form form, const StrictReading &reading) {
 // A name or category that is missing is written as an empty text.
 Texts withoutEmptyTexts(Texts entries) {
   for (string &entry : entries) {
-    for (const string line : {"Task_Name: \n", "LU_Category: \n"}) {
+    for (const string line : {"Task_Name:\n", "LU_Category:\n"}) {
       if (const auto at = entry.find(line); at != string::npos) entry.erase(at, line.size());
     }
   }
