@@ -2,6 +2,7 @@
 // What the stand-in and the tool keep when system calls fail, when others own, left or link what they find, and when
 // processes fork and race.
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -278,6 +279,18 @@ TEST_F(Robust, AttributesSetAtTheSameTimeAllArrive) {
     children.push_back(startChild([i] { return CfgSetAttributeInt(std::to_string(i).c_str(), 6, i) == 0; }));
   EXPECT_TRUE(std::ranges::all_of(children, succeeded));
   EXPECT_EQ(std::ranges::count(contentsOf(attributes), '['), 80);
+}
+
+TEST_F(Robust, AFileThatOthersReplacedIsClosed) {
+  EXPECT_TRUE(succeeded(startChild([&] {
+    const rlimit limit = {32, 32};
+    bool done = setrlimit(RLIMIT_NOFILE, &limit) == 0;
+    for (int round = 0; round < 64; ++round) {
+      fs::remove(attributes);
+      done = done && CfgSetAttributeInt("a", 6, 0) == 0 && CfgSetAttributeInt("a", 6, 0) == 0;
+    }
+    return done;
+  })));
 }
 
 TEST_F(Robust, ADeepAttributesFileIsRefused) {

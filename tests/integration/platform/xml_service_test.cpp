@@ -204,6 +204,9 @@ TEST(XmlService, NullArgumentsAreRefused) {
   EXPECT_EQ(xml->SerializeTree(xml, nullptr, 1, &image), EFI_INVALID_PARAMETER);
   EXPECT_EQ(xml->SerializeTree(xml, Tree(element("a")).get(), 1, nullptr), EFI_INVALID_PARAMETER);
   EXPECT_EQ(xml->DeleteTree(xml, nullptr), EFI_INVALID_PARAMETER);
+  const XML_STRING shortest = {1, const_cast<char *>("a")};
+  EXPECT_EQ(xml->CreateNode(xml, &shortest, &node), EFI_SUCCESS);
+  EXPECT_EQ(described(Tree(node)), "a");
 }
 
 TEST(XmlService, DepthCostsNoStack) {
