@@ -10,7 +10,7 @@ SETUP := @scripts/setup $(PRESET)
 CONFIGURE := @[ -e $(BUILD)/build.ninja ] || cmake --preset $(PRESET)
 COMPILE := @cmake --build --preset $(PRESET)
 
-.PHONY: build demo test torture bench fuzz coverage abi dist docs packages format lint install clean
+.PHONY: build demo test torture bench fuzz coverage mutants abi dist docs packages format lint install clean
 
 build:
 	$(SETUP)
@@ -46,6 +46,12 @@ fuzz:
 
 coverage:
 	@scripts/coverage $(PRESET)
+
+mutants:
+	@scripts/setup host test
+	@[ -e build/host/build.ninja ] || cmake --preset host
+	@cmake --build --preset host --target queue_tests text_tests platform_tests platform_calls platform_check
+	@scripts/mutants
 
 abi:
 	@scripts/setup i686 abi

@@ -239,5 +239,8 @@ struct dirent *readdir(DIR *directory) {
 std::FILE *fdopen(int file, const char *mode) noexcept {
   return callUnlessFailing("fdopen", &fdopen, file, mode);
 }
+std::FILE *fopencookie(void *cookie, const char *mode, cookie_io_functions_t functions) noexcept {
+  return callUnlessFailing("fopencookie", &fopencookie, cookie, mode, functions);
+}
 
 }  // extern "C"

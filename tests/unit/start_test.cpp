@@ -50,6 +50,13 @@ TEST_F(Start, NeedsTheXmlServiceButNoDebugLog) {
     EXPECT_EQ(GetCapturedStderr(), row.error) << row.label;
     EXPECT_EQ(vyxSsibDebug == nullptr, !row.hasDebugLog) << row.label;
   }
+  // Without a log the calls do the same, in silence.
+  const std::string taken =
+      " Version=1 mode=1 Block_ID=2 RB_Type=3 RB_Req=4 Timeout=600 Rtn_Code=5 RT_Count=6"
+      " Cmd_Line=F Display_Name=F Target_Version=v Node=<n x=\"1\">t<m/></n>";
+  EXPECT_EQ(play("open Main.ssib; add F; cursor; get"),
+            "open VAR025/Main.ssib r\nCreateNode SSIB_INFO\nDeleteTree\n= 0\n= 0\nDeleteTree\n= 0" + taken +
+                "\n1 Main.ssib [" + taken + " priority=5] CHANGED\n");
 }
 
 TEST_F(Start, GuidsHaveTheirBytes) {

@@ -203,7 +203,8 @@ class TaskListReader {
   // Whether what begins there, up to the next one, was an entry.
   bool holdsKey(Position begin) const {
     const std::string_view object = text_.substr(begin, text_.find('{', begin + 1) - begin);
-    return std::ranges::any_of(kKeys, [&](const Key &key) { return object.find(key.name) != kNone; });
+    return std::ranges::any_of(fieldsByKey(),
+                               [&](const Field *field) { return object.find(field->key.name) != kNone; });
   }
 
   // Reads the object at `begin`; at_ is its end, or the place where it is broken.

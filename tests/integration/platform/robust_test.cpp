@@ -2,6 +2,7 @@
 // What the stand-in and the tool keep when system calls fail, when others own, left or link what they find, and when
 // processes fork and race.
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -93,6 +94,7 @@ TEST_F(Robust, WhatCannotBeLookedAtIsNotMissing) {
                             {"fstatat", 2, EOVERFLOW},
                             {"openat", 1, EMFILE},
                             {"fstat", 1, EIO},
+                            {"fdopen", 1, ENOMEM},
                             {"openat", 1, ENOENT}}) {
     fault() = each;
     EXPECT_EQ(read(), each.error == ENOENT ? EFI_NOT_FOUND : EFI_ACCESS_DENIED) << each.call << " " << each.error;
@@ -103,9 +105,56 @@ TEST_F(Robust, WhatCannotBeLookedAtIsNotMissing) {
   EXPECT_EQ(read(), EFI_SUCCESS);
 }
 
+TEST_F(Robust, WhatTheSystemDoesNotPermitIsNoFailureOfTheDevice) {
+  ASSERT_EQ(lock(0), EFI_SUCCESS);
+  for (const int error : {EACCES, EPERM, EROFS, ELOOP, EIO}) {
+    fault() = {"openat", 1, error};
+    EXPECT_EQ(lock(0), error == EIO ? EFI_DEVICE_ERROR : EFI_ACCESS_DENIED) << error;
+  }
+  fault() = {"flock", 1, ENOLCK};
+  EXPECT_EQ(lock(0), EFI_DEVICE_ERROR);
+}
+
+TEST_F(Robust, WhatIsAskedOfNothingOrForNobodyIsInvalid) {
+  char text[] = "x", *given = text;
+  EXPECT_EQ(vyxHostTerminalText(nullptr, &given), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(given, nullptr);
+  EXPECT_EQ(vyxHostTerminalText(text, nullptr), EFI_INVALID_PARAMETER);
+}
+
+TEST_F(Robust, OnlyTheShortestFormOfACharacterIsOne) {
+  const string edges =
+      "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF";
+  wchar_t *wide = nullptr;
+  char *path = nullptr;
+  EXPECT_EQ(vyxHostWideText(edges.c_str(), &wide), EFI_SUCCESS);
+  EXPECT_STREQ(wide, L"\x7F\x80\x7FF\x800\xD7FF\xE000\xFFFF\x10000\x10FFFF");
+  EXPECT_EQ(vyxHostPartitionPath(wide, &path), EFI_SUCCESS);
+  EXPECT_EQ(path, root.string() + '/' + edges);
+  free(wide);
+  free(path);
+  for (const char *text : {"\x80", "\xC1\xBF", "\xC3", "\xC3\x41", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xED\xBF\xBF",
+                           "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80"})
+    EXPECT_EQ(vyxHostWideText(text, &wide), EFI_INVALID_PARAMETER) << testing::PrintToString(text);
+}
+
+TEST_F(Robust, ADebugLogThatDoesNotOpenIsAFailedLookUp) {
+  constexpr EFI_GUID kLog = VYX_DEBUG_LOG_GUID;
+  setenv("QUOR_DEBUG", (base / "debug.log").c_str(), 1);
+  fault() = {"fdopen", 1, ENOMEM};
+  uint32_t count = 7;
+  void **instances = nullptr;
+  EXPECT_EQ(getProtocolInstanceByGuid(&kLog, &count, &instances), EFI_DEVICE_ERROR);
+  EXPECT_EQ(count, 0U);
+}
+
 TEST_F(Robust, AFailedWriteEndsAndLeavesNothing) {
   setenv("VARSK_SYNC", "1", 1);
-  for (const Fault &each : {Fault{"fstat", 1, EIO, true}, {"fstatat", 3, EIO, true}, {"fsync", 1, EIO, true}}) {
+  for (const Fault &each : {Fault{"fstat", 1, EIO, true},
+                            {"fstatat", 3, EIO, true},
+                            {"fsync", 1, EIO, true},
+                            {"fopencookie", 1, ENOMEM},
+                            {"flock", 1, ENOLCK}}) {
     EXPECT_TRUE(succeeded(startChild([&] {
       fault() = each;
       return write() == EFI_DEVICE_ERROR;
@@ -114,18 +163,24 @@ TEST_F(Robust, AFailedWriteEndsAndLeavesNothing) {
   }
 }
 
-TEST_F(Robust, NoFileTakesAStandardDescriptor) {
+TEST_F(Robust, NoFileTakesAStandardDescriptorOrReachesAnotherProgram) {
   setenv("QUOR_DEBUG", (base / "debug.log").c_str(), 1);
-  EXPECT_TRUE(succeeded(startChild([] {
-    for (const int number : {0, 1, 2}) close(number);
-    FILE *stream = nullptr;
-    static VYX_HOST_LOCK *lock = nullptr;
-    const bool done = write() == EFI_SUCCESS && open("r", &stream) == EFI_SUCCESS &&
-                      open("w", &stream) == EFI_SUCCESS && CfgSetAttributeInt("a", 6, 0) == 0 &&
-                      vyxHostLockPartition(SSIB_PARTITION, 0, &lock) == EFI_SUCCESS &&
-                      vyxSSIB2LinuxInitBackend() == EFI_SUCCESS && vyxSsibDebug != nullptr;
-    return done && fcntl(0, F_GETFD) == -1 && fcntl(1, F_GETFD) == -1 && fcntl(2, F_GETFD) == -1;
-  })));
+  for (const int first : {0, 3}) {
+    fs::remove_all(root);
+    EXPECT_TRUE(succeeded(startChild([first] {
+      for (int number = first; number < 64; ++number) close(number);
+      FILE *stream = nullptr;
+      static VYX_HOST_LOCK *lock = nullptr;
+      bool done = write() == EFI_SUCCESS && open("r", &stream) == EFI_SUCCESS && open("w", &stream) == EFI_SUCCESS &&
+                  CfgSetAttributeInt("a", 6, 0) == 0 && vyxHostLockPartition(SSIB_PARTITION, 0, &lock) == EFI_SUCCESS &&
+                  vyxSSIB2LinuxInitBackend() == EFI_SUCCESS && vyxSsibDebug != nullptr;
+      for (int number = first; number < 64; ++number) {
+        const int flags = fcntl(number, F_GETFD);
+        done = done && (flags == -1 || (number > 2 && flags == FD_CLOEXEC));
+      }
+      return done;
+    }))) << first;
+  }
 }
 
 TEST_F(Robust, WhatAHostOpensInThePlaceOfADescriptorThatItClosedStaysOpen) {
@@ -154,9 +209,21 @@ TEST_F(Robust, AWriteAsRootDoesNotLockTheOwnerOut) {
     EXPECT_EQ(fs::status(queue).permissions(), fs::perms{mode});
     fs::permissions(queue, fs::perms{0640});
   }
-  EXPECT_TRUE(succeeded(startChild([] {
+  EXPECT_TRUE(succeeded(startChild([&] {
+    struct stat status = {};
+    return chdir(base.c_str()) == 0 && setenv("VARSK_ROOT", "relative", 1) == 0 && lock(0) == EFI_SUCCESS &&
+           stat("relative", &status) == 0 && status.st_uid == 65534;
+  })));
+  ASSERT_EQ(chown(base.c_str(), 0, 0), 0);
+  fs::permissions(base, fs::perms{0711});  // the owner of what is below may pass, and not read it
+  setenv("VARSK_SYNC", "1", 1);
+  ASSERT_EQ(chown(queue.c_str(), 0, 65533), 0);
+  fs::permissions(queue, fs::perms{0660});
+  EXPECT_TRUE(succeeded(startChild([&] {
     return setgid(65533) == 0 && setuid(65534) == 0 && lock(0) == EFI_SUCCESS && read() == EFI_SUCCESS &&
-           CfgSetAttributeInt("b", 6, 0) == 0 && write() == EFI_SUCCESS;
+           CfgSetAttributeInt("b", 6, 0) == 0 && write() == EFI_SUCCESS &&
+           fs::status(queue).permissions() == fs::perms{0660} &&
+           varsk_fdelete_1(SSIB_PARTITION, SSIB_MAIN_QUEUE) == EFI_SUCCESS && write() == EFI_SUCCESS;
   })));
 }
 
@@ -175,15 +242,16 @@ TEST_F(Robust, OnlyItsOwnLeftOverFilesGo) {
 TEST_F(Robust, AChildNeitherWritesNorRemovesItsParentsFile) {
   FILE *stream = nullptr;
   ASSERT_EQ(open("w", &stream), EFI_SUCCESS);
-  for (const bool isClosing : {false, true}) {
+  for (const auto &[written, isClosing] : {std::pair{"child ", false}, {"child ", true}, {"", true}}) {
     fputs("parent ", stream);
+    fflush(stream);
     EXPECT_TRUE(succeeded(startChild([&] {
-      fputs("child ", stream);
+      fputs(written, stream);
       return !isClosing || varsk_fclose_1(SSIB_PARTITION, stream, "w") == EFI_DEVICE_ERROR;
     })));
   }
   EXPECT_EQ(varsk_fclose_1(SSIB_PARTITION, stream, "w"), EFI_SUCCESS);
-  EXPECT_EQ(contentsOf(queue), "parent parent ");
+  EXPECT_EQ(contentsOf(queue), "parent parent parent ");
 }
 
 TEST_F(Robust, DirectoriesAreSynchronisedBeforeAFirstFileWhoeverMadeThem) {
@@ -211,6 +279,18 @@ TEST_F(Robust, AttributesSetAtTheSameTimeAllArrive) {
     children.push_back(startChild([i] { return CfgSetAttributeInt(std::to_string(i).c_str(), 6, i) == 0; }));
   EXPECT_TRUE(std::ranges::all_of(children, succeeded));
   EXPECT_EQ(std::ranges::count(contentsOf(attributes), '['), 80);
+}
+
+TEST_F(Robust, AFileThatOthersReplacedIsClosed) {
+  EXPECT_TRUE(succeeded(startChild([&] {
+    const rlimit limit = {32, 32};
+    bool done = setrlimit(RLIMIT_NOFILE, &limit) == 0;
+    for (int round = 0; round < 64; ++round) {
+      fs::remove(attributes);
+      done = done && CfgSetAttributeInt("a", 6, 0) == 0 && CfgSetAttributeInt("a", 6, 0) == 0;
+    }
+    return done;
+  })));
 }
 
 TEST_F(Robust, ADeepAttributesFileIsRefused) {

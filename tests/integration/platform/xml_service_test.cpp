@@ -119,6 +119,7 @@ TEST(XmlService, ADocumentIsReadAsItsTreeAndWrittenATagALine) {
       {"texts are joined", "<a>x<b>in</b>y<!--c-->z<?p?></a>", "a{xyz}(b{in})", "<a>xyz<b>in</b></a>\n"},
       {"a longer text between two", "<a>1<b>22222222222222222222</b>3</a>", "a{13}(b{22222222222222222222})",
        "<a>13<b>22222222222222222222</b></a>\n"},
+      {"a tab and a line end in a text", "<a>x\ty\nz</a>", "a{x\ty\nz}", "<a>x\ty\nz</a>\n"},
       {"layout below text", "<m>text<b/><c><d/></c></m>", "m{text}(b c(d))", "<m>text<b/><c>\n<d/>\n</c></m>\n"},
       {"character data section", "<a><![CDATA[<b>&]]>x</a>", "a{<b>&x}", "<a>&lt;b&gt;&amp;x</a>\n"},
       {"entities and references", "<a k='&lt;&quot;'>&amp;&gt;&apos;&#x41;</a>", "a[k=<\"]{&>'A}",
@@ -173,7 +174,10 @@ TEST(XmlService, WhatXmlCannotHoldIsNotWritten) {
       {"empty name", element("")},
       {"name without text", element(nullptr)},
       {"blank in a name", element("a b")},
-      {"name that begins with a digit", element("1a")},
+      {"name that begins with the first digit", element("0a")},
+      {"name that begins with the last digit", element("9a")},
+      {"name that begins with a dash", element("-a")},
+      {"name that begins with a dot", element(".a")},
       {"name without letters in any encoding", element("\xC3\x97\xD7")},
       {"UTF-8 name in a document of single bytes", element("\xC3\xA9", "\xFF")},
       {"names of two encodings", element("\xE9", nullptr, {}, {element("\xC3\xA9")})},
@@ -200,6 +204,9 @@ TEST(XmlService, NullArgumentsAreRefused) {
   EXPECT_EQ(xml->SerializeTree(xml, nullptr, 1, &image), EFI_INVALID_PARAMETER);
   EXPECT_EQ(xml->SerializeTree(xml, Tree(element("a")).get(), 1, nullptr), EFI_INVALID_PARAMETER);
   EXPECT_EQ(xml->DeleteTree(xml, nullptr), EFI_INVALID_PARAMETER);
+  const XML_STRING shortest = {1, const_cast<char *>("a")};
+  EXPECT_EQ(xml->CreateNode(xml, &shortest, &node), EFI_SUCCESS);
+  EXPECT_EQ(described(Tree(node)), "a");
 }
 
 TEST(XmlService, DepthCostsNoStack) {
