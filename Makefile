@@ -4,12 +4,13 @@
 
 PRESET ?= i686
 FUZZ_SECONDS ?= 60
+SOAK_SECONDS ?= 300
 BUILD := build/$(PRESET)
 SETUP := @scripts/setup $(PRESET)
 CONFIGURE := @[ -e $(BUILD)/build.ninja ] || cmake --preset $(PRESET)
 COMPILE := @cmake --build --preset $(PRESET)
 
-.PHONY: build demo test bench fuzz coverage abi dist docs packages format lint install clean
+.PHONY: build demo test bench fuzz soak coverage abi dist docs packages format lint install clean
 
 build:
 	$(SETUP)
@@ -36,6 +37,12 @@ bench:
 
 fuzz:
 	@scripts/fuzz $(PRESET) $(FUZZ_SECONDS)
+
+soak:
+	$(SETUP) test
+	$(CONFIGURE)
+	$(COMPILE) --target ssib soak_producer
+	@scripts/soak $(BUILD) $(SOAK_SECONDS) $(SEED)
 
 coverage:
 	@scripts/coverage $(PRESET)
