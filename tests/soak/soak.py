@@ -110,8 +110,10 @@ def follow(_):
     """A run that nothing disturbs: what it takes of memory once it has begun is what it takes at the end."""
     place, sizes = {"VARSK_ROOT": LONG, "HANDLED": "/dev/null"}, []
     process = start("ssib", "run", "--follow", "--", "true", **place)
+    with open(DIRECTORY + "/jobs", "w", encoding="ascii") as file:
+        json.dump([{"Job_ID": "long"}] * 20, file)
     while not stopping.wait(0.1):
-        start("ssib", "add", "--job-id", "long", **place).communicate()
+        start("ssib", "add", "--unless-match", "job-id=long", "--from", file.name, **place).communicate()
         with open(f"/proc/{process.pid}/status", encoding="ascii") as status:
             sizes += [int(line.split()[1]) for line in status if line.startswith("VmHWM")]
     process.terminate()
@@ -127,9 +129,8 @@ def weather(chance):
         end = time.time() + 10
         while time.time() < end and not stopping.wait(chance.uniform(0.5, 2)):
             try:
-                with open(FLASH + "/ballast", "wb", buffering=0) as file:
-                    for _ in range(256):
-                        file.write(bytes(4096))
+                with open(FLASH + "/ballast", "wb") as file:
+                    file.write(bytes(1 << 20))
             except OSError:
                 counts["times full"] += 1
             stopping.wait(chance.uniform(0, 1.5))
@@ -167,7 +168,6 @@ def judge():
 
 def main():
     print(f"soak: {SECONDS:.0f} s, seed {SEED}", flush=True)
-    os.makedirs(LONG)
     open(HANDLED, "w", encoding="ascii").close()
     parts = [(produce, number) for number in range(8)]
     parts += [(run, 0), (run, 1), (take, 0), (take, 1), (maintain,), (follow,), (weather,)]
@@ -182,7 +182,7 @@ def main():
         if time.time() > shown + 10:
             shown = time.time()
             print(f"{shown - begin:5.0f} s: {len(stored)} stored,",
-                  *(f"{counts[what]} {what}" for what in ("handled", "kills", "times full")), flush=True)
+                  ", ".join(f"{counts[what]} {what}" for what in ("handled", "kills", "times full")), flush=True)
     wrong.extend("a part of the soak itself has ended" for thread in threads if not thread.is_alive())
     stopping.set()
     for thread in threads:
