@@ -49,18 +49,23 @@ void freeBlocks(Blocks &blocks) {
 }
 
 // A work whose blocks are released after its time was taken.
-Timed keepingBlocks(std::size_t count, const std::function<void(Blocks &)> &work) {
+Timed keepingBlocks(std::size_t count, const std::function<void()> &prepare,
+                    const std::function<void(Blocks &)> &work) {
   auto blocks = std::make_shared<Blocks>();
-  return {[=] { blocks->reserve(count * 12); }, [=] { work(*blocks); }, [=] { freeBlocks(*blocks); }};
+  const auto prepareAll = [=] {
+    prepare();
+    blocks->reserve(count * 12);
+  };
+  return {prepareAll, [=] { work(*blocks); }, [=] { freeBlocks(*blocks); }};
 }
 
 void open(Blocks &blocks, std::size_t count, Form form) {
-  const Image image = readImage(form);
-  XML_NODE *root = nullptr;
-  const XML_STRING string = {1, image.text.get()};
-  if (form == kXml) must(service()->ParseImage(service(), &string, &root));
+  Image image = readImage(form);
+  if (form == kTaskList) return allocateJobs(blocks, count, textsOf(sampleJob(form)));
+  XML_NODE *root = parse(image);
+  image = {};
   allocateJobs(blocks, count, textsOf(sampleJob(form)));
-  if (root != nullptr) must(service()->DeleteTree(service(), root));
+  must(service()->DeleteTree(service(), root));
 }
 
 void flushXml(std::size_t count) {
@@ -128,7 +133,10 @@ void walk() {
 }  // namespace
 
 Way boundOpen(Form form) {
-  return [=](std::size_t count) { return keepingBlocks(count, [=](Blocks &blocks) { open(blocks, count, form); }); };
+  return [=](std::size_t count) {
+    return keepingBlocks(
+        count, [=] { writeQueue(count, form); }, [=](Blocks &blocks) { open(blocks, count, form); });
+  };
 }
 
 Way boundFlush(Form form) {
@@ -144,7 +152,9 @@ Way boundWalk() {
 
 Way boundAdd() {
   return [](std::size_t count) {
-    return keepingBlocks(count, [=](Blocks &blocks) { allocateJobs(blocks, count, textsOf(sampleJob(kXml))); });
+    return keepingBlocks(
+        count, [] { writeQueue(0, kXml); },
+        [=](Blocks &blocks) { allocateJobs(blocks, count, textsOf(sampleJob(kXml))); });
   };
 }
 

@@ -87,6 +87,13 @@ Image readImage(Form form) {
   return image;
 }
 
+XML_NODE *parse(const Image &image) {
+  const XML_STRING string = {1, image.text.get()};
+  XML_NODE *root = nullptr;
+  must(service()->ParseImage(service(), &string, &root));
+  return root;
+}
+
 void writeFile(Form form, const std::function<void(std::FILE *)> &write) {
   FILE *stream = nullptr;
   must(varsk_fopen_1(sVarskPartition, nameOf(form), "w", &stream));

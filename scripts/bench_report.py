@@ -14,12 +14,13 @@ import sys
 import time
 
 WIDTH, HEIGHT = 560, 330
-LEFT, RIGHT, TOP, BOTTOM = 64, 16, 12, 36
+LEFT, RIGHT, TOP, BOTTOM = 64, 26, 12, 36
 COLOURS = ["#c2185b", "#616161", "#1565c0", "#2e7d32", "#ef6c00", "#6a1b9a"]  # the library's comes first
 STYLE = """body { font: 15px/1.4 sans-serif; max-width: 1180px; margin: 2em auto; padding: 0 1em; color: #222 }
 section { display: inline-block; vertical-align: top; width: 580px; margin-bottom: 2em }
-h2 { font-size: 1.05em; margin: 0 0 .2em } svg text { font: 11px sans-serif; fill: #444 }
-table { border-collapse: collapse; font-size: 13px } td, th { padding: 1px 8px; text-align: right; font-weight: normal }
+h2 { font-size: 1.05em; margin: 0 } svg text { font: 11px sans-serif; fill: #444 }
+table { border-collapse: collapse; font-size: 13px }
+td, th { padding: 1px 6px; text-align: right; font-weight: normal; white-space: nowrap }
 th:first-child, td:first-child { text-align: left } thead { border-bottom: 1px solid #bbb } .beyond { color: #c00 }"""
 
 
