@@ -5,12 +5,13 @@
 PRESET ?= i686
 FUZZ_SECONDS ?= 60
 SEED ?= 1
+SOAK_SECONDS ?= 300
 BUILD := build/$(PRESET)
 SETUP := @scripts/setup $(PRESET)
 CONFIGURE := @[ -e $(BUILD)/build.ninja ] || cmake --preset $(PRESET)
 COMPILE := @cmake --build --preset $(PRESET)
 
-.PHONY: build demo test torture bench fuzz coverage mutants abi dist docs packages format lint install clean
+.PHONY: build demo test torture bench fuzz soak coverage mutants abi dist docs packages format lint install clean
 
 build:
 	$(SETUP)
@@ -43,6 +44,12 @@ bench:
 
 fuzz:
 	@scripts/fuzz $(PRESET) $(FUZZ_SECONDS)
+
+soak:
+	$(SETUP) test
+	$(CONFIGURE)
+	$(COMPILE) --target ssib soak_producer
+	@scripts/soak $(BUILD) $(SOAK_SECONDS) $(SEED)
 
 coverage:
 	@scripts/coverage $(PRESET)

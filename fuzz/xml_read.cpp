@@ -8,13 +8,8 @@ static std::size_t lengthOf(const SSIB_ENTRY_LIST *first) {
   return length;
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  fuzz::Run run("Main.ssib", data, size);
+static void writeAndReadAgain(fuzz::Run &run) {
   const SSIB2_PRIVATE_DATA &handle = gSSSIB2pvt;
-  if (EFI_ERROR(run.open())) {
-    fuzz::require(handle.openCount == 0, "a refused file is not open");
-    return 0;
-  }
   const std::size_t length = lengthOf(handle.ssibEntryListHead);
   fuzz::require(iCloseSSIB(&gSSSIB2pvt) == EFI_SUCCESS, "what was read can be written");
   const std::string written = *run.file;
@@ -22,5 +17,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   fuzz::require(lengthOf(handle.ssibEntryListHead) == length, "no entry is lost");
   iCloseSSIB(&gSSSIB2pvt);
   fuzz::require(*run.file == written, "the second writing is like the first");
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+  fuzz::Run run(tool::Form::Xml, data, size);
+  const EFI_STATUS status = run.open();
+  run.compare(status);
+  if (EFI_ERROR(status)) {
+    fuzz::require(gSSSIB2pvt.openCount == 0, "a refused file is not open");
+  } else {
+    writeAndReadAgain(run);
+  }
+  run.salvage();
   return 0;
 }

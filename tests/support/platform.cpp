@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "support/platform.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
@@ -161,8 +162,8 @@ std::wstring wide(const std::string &text) {
 }
 
 std::string narrow(const std::wstring &text) {
-  std::string narrowed;
-  for (const wchar_t character : text) narrowed += static_cast<char>(character);
+  std::string narrowed(text.size(), '\0');
+  std::transform(text.begin(), text.end(), narrowed.begin(), [](wchar_t ch) { return static_cast<char>(ch); });
   return narrowed;
 }
 
