@@ -1,5 +1,5 @@
-# What an installed copy has for those who build against it: pkg-config files and a CMake package. Both find the rest
-# from where they lie, so the copy may be moved, and looked at below a sysroot.
+# What an installed copy has for those who build against it: pkg-config files, a CMake package and the examples. The
+# first two find the rest from where they lie, so the copy may be moved, and looked at below a sysroot.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VyxSSIBBackend)
@@ -18,3 +18,6 @@ foreach(module vyxssibbackend vyxhostplatform vyxxmlservice)
   configure_file(cmake/${module}.pc.in ${CMAKE_BINARY_DIR}/${module}.pc @ONLY)
   install(FILES ${CMAKE_BINARY_DIR}/${module}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()
+
+install(DIRECTORY examples/ DESTINATION ${CMAKE_INSTALL_DATADIR}/vyxssibbackend/examples
+  FILES_MATCHING PATTERN "*.c" PATTERN "examples.txt")

@@ -1,10 +1,10 @@
 #!/bin/sh
-# Builds the examples as programs outside the tree, by pkg-config and by CMake, with the libraries in both orders and
-# --as-needed, and runs them and the tool on one partition.
-#   CC=COMPILER CMAKE=CMAKE SSIB=TOOL RUN=HOW_TO_START_A_PROGRAM LDFLAGS=... check_clients.sh [CMAKE_OPTION...]
+# Builds the installed examples as programs outside the tree, by pkg-config and by CMake, with the libraries in both
+# orders and --as-needed, and runs them and the tool on one partition; judges the example of a platform.
+#   CC=COMPILER CMAKE=CMAKE SSIB=TOOL RUN=HOW_TO_START_A_PROGRAM LDFLAGS=... SHARE=PREFIX/share/vyxssibbackend \
+#     check_clients.sh [CMAKE_OPTION...]
 set -eu
 tests=$(cd "$(dirname "$0")" && pwd)
-examples=$tests/../../examples
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
@@ -19,19 +19,20 @@ expect() {
   exit 1
 }
 
-# by_pkg_config MODULES PROGRAM [SOURCE...]
+# by_pkg_config MODULES PROGRAM SOURCE...
 by_pkg_config() {
   flags=$(pkg-config --cflags --libs $1)
-  shift
-  program=$1
-  shift
-  (cd "$examples" && "$CC" -std=c11 -Wl,--as-needed -o "$work/$program" "$program.c" "$@" $flags $LDFLAGS)
+  program=$2
+  shift 2
+  (cd "$SHARE/examples" && "$CC" -std=c11 -Wl,--as-needed -o "$work/$program" "$@" $flags $LDFLAGS)
 }
 
-by_pkg_config "vyxhostplatform vyxssibbackend" producer
-by_pkg_config "vyxssibbackend vyxhostplatform" consumer
-by_pkg_config "vyxssibbackend vyxxmlservice" own_platform memory_platform.c
-"$CMAKE" -S "$tests/client" -B "$work/cmake" -DCMAKE_C_COMPILER="$CC" \
+by_pkg_config "vyxhostplatform vyxssibbackend" producer producer.c
+by_pkg_config "vyxssibbackend vyxhostplatform" consumer consumer.c
+by_pkg_config "vyxssibbackend vyxxmlservice" own_platform own_platform.c memory_platform.c
+by_pkg_config vyxxmlservice platform_check memory_platform.c "$SHARE"/platform-check/*.c
+expect " checks made, 0 failed" "$work/platform_check"
+"$CMAKE" -S "$tests/client" -B "$work/cmake" -DCMAKE_C_COMPILER="$CC" -DEXAMPLES="$SHARE/examples" \
   -DCMAKE_EXE_LINKER_FLAGS="-Wl,--as-needed $LDFLAGS" "$@" >"$work/log" || { cat "$work/log"; exit 1; }
 "$CMAKE" --build "$work/cmake" >"$work/log" || { cat "$work/log"; exit 1; }
 

@@ -16,6 +16,6 @@ cp "$expat" "$work/expat/libexpat.so.1"
 ln -s libexpat.so.1 "$work/expat/libexpat.so"
 
 export PKG_CONFIG_LIBDIR="$lib/pkgconfig" PKG_CONFIG_SYSROOT_DIR="$work/root"
-export CC="$compiler" CMAKE="$cmake" SSIB="$work/root/usr/bin/ssib"
+export CC="$compiler" CMAKE="$cmake" SSIB="$work/root/usr/bin/ssib" SHARE="$work/root/usr/share/vyxssibbackend"
 export RUN="env LD_LIBRARY_PATH=$lib:$work/expat $build/run" LDFLAGS="-L$work/expat -Wl,-rpath-link,$work/expat"
 sh "$(dirname "$0")/check_clients.sh" -DCMAKE_PREFIX_PATH="$work/root/usr"
