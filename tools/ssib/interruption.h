@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// SIGINT and SIGTERM as requests to end, for commands that go on until they are told to.
+// SIGINT and SIGTERM as requests to end, for commands that go on until one comes.
 #pragma once
 
 #include <sys/types.h>

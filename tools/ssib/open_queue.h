@@ -11,7 +11,7 @@ namespace tool {
 Queue openToLook(const QueueName &name);
 
 // Reads a queue that is to be written, under the lock. Throws Stop, also when writing it would lose something of its
-// file, unless that is `forced`; then it is said on standard error.
+// file, unless that is `forced`; then it is named on standard error.
 Queue openToChange(const QueueName &name, bool forced);
 
 }  // namespace tool

@@ -30,7 +30,7 @@ bool PartitionWatch::start() {
 
 std::size_t PartitionWatch::wait() {
   constexpr std::uint32_t kSafetyNet = 10'000, kWithoutEvents = 1'000;
-  if (events_.get() < 0 && start()) return 0;  // to be looked at: nothing told what happened before
+  if (events_.get() < 0 && start()) return 0;  // to be looked at: what happened before is not known
   pauseFor(events_.get() < 0 ? kWithoutEvents : kSafetyNet, events_.get());
   return events_.get() < 0 ? 0 : changes();
 }

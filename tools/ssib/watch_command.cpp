@@ -47,7 +47,7 @@ void sayDifferences(const Request &request, const Queue &before, const Queue &no
 
 // The queue as one write left it; none when it cannot be read.
 std::optional<Queue> readNow(const Request &request) {
-  static std::string problem;  // the last one, which is said once
+  static std::string problem;  // the last one, which is reported once
   try {
     for (int again = 10;; --again) {
       Queue queue(request.queue, Queue::Access::Unlocked);
