@@ -31,7 +31,7 @@ def options(pattern, text):
 def check_help():
     """Returns what the manual says: the options of all commands, and each command with its own."""
     sections = dict(re.findall(r"^\.Sh (.*)\n((?:(?!\.Sh ).*\n)*)", (TOP / "docs/man/ssib.1").read_text(), re.M))
-    common = options(r"^\.It Fl (?:(\w) , )?(-\S+)", sections["DESCRIPTION"]) - {"--json"}
+    common = options(r"^\.It Fl (?:(\w) , )?(-\S+)", sections["DESCRIPTION"])
     fields, commands = options(r"^\.It Fl (\S+)() Ta", sections["ENTRY FIELDS"]), {}
     for item in re.findall(r"^\.It (?:Xo\n(?:(?!\.Xc).*\n)*|Ic .*\n)", sections["COMMANDS"], re.M):
         name = re.search(r"Ic (\S+)", item)[1]

@@ -199,7 +199,7 @@ void declareOthers(CLI::App &command, unsigned takes, Arguments &arguments) {
     command.add_flag("--force", arguments.force, "write although something of the file is lost");
   }
   if (takes & Command::Yes) command.add_flag("-y,--yes", arguments.yes, "do not ask");
-  command.add_flag("--json", arguments.json, "print JSON, messages on standard error too");
+  command.add_flag("--json", arguments.json, "print JSON, failures on standard error too");
 }
 
 void declareCommand(CLI::App &app, const Command &command, Arguments &arguments) {
@@ -270,6 +270,7 @@ void declareAll(CLI::App &app, Arguments &arguments) {
                              ->excludes("--queue");
   app.add_option("--wait", arguments.wait, "how long to wait for other commands; default: until they are done")
       ->type_name("SECONDS");
+  app.add_flag("--json", arguments.json, "print JSON, failures on standard error too");
   app.footer(kFooter);
   app.require_subcommand(1);
   for (const Command &command : commands()) declareCommand(app, command, arguments);
