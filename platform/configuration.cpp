@@ -44,7 +44,7 @@ Identity identityOf(const struct stat &info) {
 
 // The file stays open after it was read: a look at it then takes no walk along its path, which is most of what the look
 // would cost. Where the path leads is looked at once after each visit to a partition: directories are moved rarely.
-struct Attributes {
+struct Attributes {  // NOLINT(bugprone-exception-escape): a null value allocates nothing
   std::string root;
   unsigned visits = 0;
   Descriptor file;  // none: nothing was read yet, or there was no file

@@ -74,7 +74,7 @@ std::string_view valueAfter(const char *keyEnd) {
   const char *opening = keyEnd + 1;  // the quote is a few characters on: a loop finds it before a call would
   while (*opening != '"' && *opening != '\0') ++opening;
   const char *closing = *opening == '\0' ? nullptr : std::strchr(opening + 1, '"');
-  return closing == nullptr ? std::string_view(keyEnd, 0) : std::string_view(opening + 1, closing);
+  return closing == nullptr ? std::string_view(keyEnd, keyEnd) : std::string_view(opening + 1, closing);
 }
 
 // Most quotes are known not to begin a key by the character after them.

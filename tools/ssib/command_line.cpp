@@ -22,6 +22,8 @@ namespace {
 const std::map<std::string, bool> kLocations = {
     {"prepend-hi", true}, {"append-hi", true}, {"prepend-lo", false}, {"append-lo", false}};
 
+constexpr const char *kJsonHelp = "print JSON, failures on standard error too";
+
 // What stands in the command line.
 struct Arguments {
   std::string queue = plainName(SSIB_MAIN_QUEUE);
@@ -199,7 +201,7 @@ void declareOthers(CLI::App &command, unsigned takes, Arguments &arguments) {
     command.add_flag("--force", arguments.force, "write although something of the file is lost");
   }
   if (takes & Command::Yes) command.add_flag("-y,--yes", arguments.yes, "do not ask");
-  command.add_flag("--json", arguments.json, "print JSON, failures on standard error too");
+  command.add_flag("--json", arguments.json, kJsonHelp);
 }
 
 void declareCommand(CLI::App &app, const Command &command, Arguments &arguments) {
@@ -270,7 +272,7 @@ void declareAll(CLI::App &app, Arguments &arguments) {
                              ->excludes("--queue");
   app.add_option("--wait", arguments.wait, "how long to wait for other commands; default: until they are done")
       ->type_name("SECONDS");
-  app.add_flag("--json", arguments.json, "print JSON, failures on standard error too");
+  app.add_flag("--json", arguments.json, kJsonHelp);
   app.footer(kFooter);
   app.require_subcommand(1);
   for (const Command &command : commands()) declareCommand(app, command, arguments);

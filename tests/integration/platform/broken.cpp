@@ -36,9 +36,10 @@ EFI_STATUS openInPlace(const wchar_t *partition, const wchar_t *fileName, FILE *
 EFI_STATUS parse(XML_SERVICE_PROTOCOL *, const XML_STRING *image, XML_NODE **root) {
   XML_SERVICE_PROTOCOL *service = vyxHostXmlService();
   const EFI_STATUS status = service->ParseImage(service, image, root);
-  if (status == EFI_SUCCESS && is("prevSibling"))
+  if (status == EFI_SUCCESS && is("prevSibling")) {
     for (XML_NODE *child = (*root)->firstChild; child != nullptr; child = child->nextSibling)
       child->prevSibling = nullptr;
+  }
   return status;
 }
 

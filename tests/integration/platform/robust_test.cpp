@@ -187,7 +187,8 @@ TEST_F(Robust, WhatAHostOpensInThePlaceOfADescriptorThatItClosedStaysOpen) {
   EXPECT_TRUE(succeeded(startChild([] {
     bool done = CfgSetAttributeInt("a", 6, 0) == 0 && CfgSetAttributeInt("a", 6, 0) == 0;
     for (int number = 3; number < 64; ++number) close(number);
-    while (::open("/dev/null", O_RDONLY) < 63) continue;
+    while (::open("/dev/null", O_RDONLY) < 63) {
+    }
     for (int round = 0; round < 2; ++round) done = done && CfgSetAttributeInt("a", 6, 1) == 0;
     struct stat status = {};
     for (int number = 3; number < 64; ++number) done = done && fstat(number, &status) == 0 && S_ISCHR(status.st_mode);
@@ -242,12 +243,12 @@ TEST_F(Robust, OnlyItsOwnLeftOverFilesGo) {
 TEST_F(Robust, AChildNeitherWritesNorRemovesItsParentsFile) {
   FILE *stream = nullptr;
   ASSERT_EQ(open("w", &stream), EFI_SUCCESS);
-  for (const auto &[written, isClosing] : {std::pair{"child ", false}, {"child ", true}, {"", true}}) {
+  for (const auto &child : {std::pair{"child ", false}, {"child ", true}, {"", true}}) {
     fputs("parent ", stream);
     fflush(stream);
     EXPECT_TRUE(succeeded(startChild([&] {
-      fputs(written, stream);
-      return !isClosing || varsk_fclose_1(SSIB_PARTITION, stream, "w") == EFI_DEVICE_ERROR;
+      fputs(child.first, stream);
+      return !child.second || varsk_fclose_1(SSIB_PARTITION, stream, "w") == EFI_DEVICE_ERROR;
     })));
   }
   EXPECT_EQ(varsk_fclose_1(SSIB_PARTITION, stream, "w"), EFI_SUCCESS);
