@@ -228,7 +228,8 @@ std::vector<std::string> knownNames(const CLI::App &app, bool isOption) {
 
 // The parser's own words are not for everybody. What it says of an option begins with its name.
 std::string inPlainWords(const CLI::Error &error, const std::string &command, const std::string &unknown) {
-  const std::string what = error.what(), kind = error.get_name();
+  std::string what = error.what();
+  const std::string kind = error.get_name();
   const std::string option = what.substr(0, what.find(':'));
   if (!unknown.empty() && command.empty()) return unknown + " is neither a command nor an option";
   if (unknown.starts_with("-")) return unknown + " is not an option of 'ssib " + command + "'";
