@@ -16,9 +16,11 @@ static EFI_STATUS write_job(const wchar_t *name, SSIB_ENTRY *job) {
   return status != EFI_SUCCESS ? status : closed;
 }
 
-/* Of the texts, those that the form does not hold or that were not written are null. */
+/* Of the texts, those that the form does not hold are null, and so are a task list's that were not written; an XML queue
+ * gives back an empty category. */
 static void release(SSIB_ENTRY *job) {
   free(job->Task_Name);
+  free(job->LU_Category);
   free(job->Cmd_Line);
   free(job->Display_Name);
   free(job->Job_Type);
