@@ -187,11 +187,12 @@ TEST_F(Robust, WhatAHostOpensInThePlaceOfADescriptorThatItClosedStaysOpen) {
   EXPECT_TRUE(succeeded(startChild([] {
     bool done = CfgSetAttributeInt("a", 6, 0) == 0 && CfgSetAttributeInt("a", 6, 0) == 0;
     for (int number = 3; number < 64; ++number) close(number);
-    while (::open("/dev/null", O_RDONLY) < 63) {
-    }
+    while (::open("/dev/null", O_RDONLY) < 63) continue;
     for (int round = 0; round < 2; ++round) done = done && CfgSetAttributeInt("a", 6, 1) == 0;
     struct stat status = {};
-    for (int number = 3; number < 64; ++number) done = done && fstat(number, &status) == 0 && S_ISCHR(status.st_mode);
+    for (int number = 3; number < 64; ++number) {
+      done = done && fstat(number, &status) == 0 && S_ISCHR(status.st_mode);
+    }
     return done;
   })));
 }
