@@ -36,7 +36,7 @@ class Descriptor {
 // $VARSK_ROOT, else $XDG_STATE_HOME/varsk, else $HOME/.local/state/varsk.
 std::string rootPath();
 
-// A partition's directory below the root.
+// A partition's directory below the root. Asking for it is a visit to the partition.
 std::string partitionPath(const wchar_t *partition);
 
 // How often a client has asked for something in a partition.

@@ -99,13 +99,7 @@ Exit takeEntries(const Request &request) {
   std::signal(SIGPIPE, SIG_IGN);  // a reader that is gone is an output that failed: the jobs stay
   print(shownEntries(request, queue, places));
   release(queue.takeOut(places));
-  try {
-    queue.store();
-  } catch (const Unconfirmed &) {
-    throw;
-  } catch (const Stop &stop) {
-    throw Stop(stop.exit(), std::string(stop.what()) + "; what was shown was not removed", stop.status());
-  }
+  changeOrSay("what was shown was not removed", [&] { queue.store(); });
   return Exit::Done;
 }
 

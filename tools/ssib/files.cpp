@@ -88,15 +88,19 @@ class Replacement {
 
 }  // namespace
 
+bool readRest(std::FILE *stream, std::string &text) {
+  char block[16384];
+  for (std::size_t size = 0; (size = std::fread(block, 1, sizeof(block), stream)) > 0;) text.append(block, size);
+  return std::ferror(stream) == 0;
+}
+
 std::string readAll(const std::string &path) {
   const bool isInput = path == "-";
   const Stream file(isInput ? nullptr : std::fopen(path.c_str(), "rbe"));
   std::FILE *stream = isInput ? stdin : file.get();
   if (stream == nullptr) fail("read", path);
   std::string text;
-  char block[16384];
-  for (std::size_t size = 0; (size = std::fread(block, 1, sizeof(block), stream)) > 0;) text.append(block, size);
-  if (std::ferror(stream) != 0) fail("read", path);
+  if (!readRest(stream, text)) fail("read", path);
   return text;
 }
 

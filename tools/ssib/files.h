@@ -2,9 +2,13 @@
 // Files outside the partition.
 #pragma once
 
+#include <cstdio>
 #include <string>
 
 namespace tool {
+
+// Adds what a stream still holds to a text; false when that could not be read.
+bool readRest(std::FILE *stream, std::string &text);
 
 // All that a file holds, or standard input when the path is "-". Throws Stop.
 std::string readAll(const std::string &path);

@@ -12,6 +12,7 @@
 #include <new>
 #include <utility>
 
+#include "descriptor.h"
 #include "host.h"
 #include "queue_file.h"
 #include "stop.h"
@@ -31,22 +32,19 @@ class QuietSetUp {
  public:
   QuietSetUp() {
     if (isSet("QUOR_DEBUG") || isSet("QUOR_TRACE")) return;
-    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (nowhere < 0) return;
-    standardError_ = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    if (standardError_ >= 0) dup2(nowhere, STDERR_FILENO);
-    close(nowhere);
+    const Descriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
+    if (nowhere.get() < 0) return;
+    standardError_ = Descriptor(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    if (standardError_.get() >= 0) dup2(nowhere.get(), STDERR_FILENO);
   }
   ~QuietSetUp() {
-    if (standardError_ < 0) return;
-    dup2(standardError_, STDERR_FILENO);
-    close(standardError_);
+    if (standardError_.get() >= 0) dup2(standardError_.get(), STDERR_FILENO);
   }
   QuietSetUp(const QuietSetUp &) = delete;
   QuietSetUp &operator=(const QuietSetUp &) = delete;
 
  private:
-  int standardError_ = -1;  // kept aside; -1 when nothing was done
+  Descriptor standardError_;  // kept aside; none when nothing was done
 };
 
 Elements listOf(const SSIB2_PRIVATE_DATA &handle) {

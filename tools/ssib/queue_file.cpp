@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "queue_file.h"
 
+#include "files.h"
 #include "stop.h"
 
 namespace tool {
@@ -21,9 +22,7 @@ std::optional<std::string> storedBytes(const QueueName &name) {
     refuse("open " + name.shown(), EFI_OUT_OF_RESOURCES);
   }
   std::string bytes;
-  char chunk[BUFSIZ];
-  for (std::size_t read = 0; (read = std::fread(chunk, 1, sizeof(chunk), file.get())) > 0;) bytes.append(chunk, read);
-  if (std::ferror(file.get()) != 0) refuse("read " + name.shown(), EFI_DEVICE_ERROR);
+  if (!readRest(file.get(), bytes)) refuse("read " + name.shown(), EFI_DEVICE_ERROR);
   return bytes;
 }
 

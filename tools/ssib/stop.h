@@ -44,6 +44,18 @@ class Unconfirmed : public Stop {
       : Stop(stop.exit(), std::string(stop.what()) + "; the change may have been made", stop.status()) {}
 };
 
+// Makes a change. When it was not made, what that means is said at the end of the message.
+template <class Change>
+void changeOrSay(const std::string &consequence, Change change) {
+  try {
+    change();
+  } catch (const Unconfirmed &) {
+    throw;
+  } catch (const Stop &stop) {
+    throw Stop(stop.exit(), std::string(stop.what()) + "; " + consequence, stop.status());
+  }
+}
+
 // Ends the command with "cannot ACTION: STATUS".
 [[noreturn]] inline void refuse(const std::string &action, EFI_STATUS status) {
   throw Stop(Exit::Refused, "cannot " + action + ": " + statusName(status), status);

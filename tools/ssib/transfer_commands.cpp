@@ -87,14 +87,7 @@ void storeTarget(Queue &target, const QueueName &source) {
 // The second write of a transfer: without it the entries are in both queues.
 template <class Change>
 void changeSource(const QueueName &target, Change change) {
-  try {
-    change();
-  } catch (const Unconfirmed &) {
-    throw;
-  } catch (const Stop &stop) {
-    throw Stop(stop.exit(), std::string(stop.what()) + "; its entries are in " + target.shown() + " as well",
-               stop.status());
-  }
+  changeOrSay("its entries are in " + target.shown() + " as well", change);
 }
 
 void transferTo(std::size_t place, Queue &target, Queue &source, const Places &places, bool isMove) {
@@ -115,17 +108,22 @@ std::size_t transferBetween(const Request &request, const QueueName &to, bool is
   return places.size();
 }
 
-std::size_t transferWithin(const Request &request, bool isMove) {
-  Queue queue = openToChange(request.queue, request.force);
-  const Places places = chosenPlaces(request.selection, queue);
-  Queue copies(request.queue);
+// Copies of the elements of a queue, by reading it once more, as whole as they were read before.
+Queue readAgain(const Queue &queue) {
+  Queue copies(queue.name());
   const bool isWhole = std::ranges::equal(
       queue.elements, copies.elements,
       [&](const SSIB_ENTRY_LIST *one, const SSIB_ENTRY_LIST *other) { return isSame(queue.form(), *one, *other); });
-  if (!isWhole) refuse("open " + request.queue.shown(), EFI_OUT_OF_RESOURCES);
+  if (!isWhole) refuse("open " + queue.name().shown(), EFI_OUT_OF_RESOURCES);
+  return copies;
+}
+
+std::size_t transferWithin(const Request &request, bool isMove) {
+  Queue queue = openToChange(request.queue, request.force);
+  const Places places = chosenPlaces(request.selection, queue);
   const std::size_t others = queue.elements.size() - (isMove ? places.size() : 0);
   const std::size_t place = placeIn(queue.name(), others, request.toPlace);
-  const Elements carried = (isMove ? queue : copies).takeOut(places);
+  const Elements carried = isMove ? queue.takeOut(places) : readAgain(queue).takeOut(places);
   insertAt(place, carried, queue);
   queue.store();
   return carried.size();
