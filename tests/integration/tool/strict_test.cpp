@@ -19,7 +19,7 @@ namespace {
 using std::string;
 using Texts = std::vector<string>;
 
-constexpr unsigned kRounds = 10000;
+const unsigned kRounds = std::getenv("VYXSSIB_EMULATED") == nullptr ? 10000 : 2000;
 
 const Texts kBlocks = {
     "<SSIB_BLOCK Version=\"-1\" TIMEOUT=\"6\" LU_CATEGORY=\"\" TASK_NAME=\"U\" JOB_ID=\"J\">\n"
