@@ -16,8 +16,8 @@ static EFI_STATUS write_job(const wchar_t *name, SSIB_ENTRY *job) {
   return status != EFI_SUCCESS ? status : closed;
 }
 
-/* Of the texts, those that the form does not hold are null, and so are a task list's that were not written; an XML queue
- * gives back an empty category. */
+/* Of the texts, those that the form does not hold are null, and so are a task list's that were not written; an XML
+ * queue gives back an empty category. */
 static void release(SSIB_ENTRY *job) {
   free(job->Task_Name);
   free(job->LU_Category);
