@@ -15,6 +15,7 @@ namespace bench {
 namespace {
 
 constexpr double kMostOfBound = 2.0;
+constexpr double kMostOfCopies = 1.25;
 constexpr double kMostOfService = 1.25;
 constexpr double kMostGrowth = 12.0;
 
@@ -123,8 +124,8 @@ Timed serializing(std::size_t count) {
   return {prepare, serialize, {}};
 }
 
-Other boundOf(const Way &way) {
-  return {"bound", way, kMostOfBound, 1000};
+Other boundOf(const Way &way, double most = kMostOfBound) {
+  return {"bound", way, most, 1000};
 }
 
 bool measureCycles(std::string_view xml, std::string_view taskList, Clock clock) {
@@ -170,7 +171,7 @@ bool measureAll() {
              {boundOf(boundOpen(kXml)), {"XML service alone", readingAndParsing, kMostOfService}}),
       workOf(kXmlFlush, flushWay(kXml), {boundOf(boundFlush(kXml)), {"XML service alone", serializing}}),
       workOf(kXmlParse, parsing, {}),
-      workOf("walk", walking, {boundOf(boundWalk())}),
+      workOf("walk", walking, {boundOf(boundWalk(), kMostOfCopies)}),
       workOf("batch add", adding, {boundOf(boundAdd())}),
       workOf(kTaskListOpen, openWay(kTaskList), {boundOf(boundOpen(kTaskList))}),
       workOf(kTaskListFlush, flushWay(kTaskList), {boundOf(boundFlush(kTaskList))}),

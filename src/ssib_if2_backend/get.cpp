@@ -32,12 +32,12 @@ constexpr WalkLines kPeekLines = SSIB_WALK_LINES("iPeekSSIBNextEntry");
 EFI_STATUS copyRecord(const SSIB2_PRIVATE_DATA *handle, SSIB_ENTRY *entry, const WalkLines &lines) {
   if (handle == nullptr || entry == nullptr || handle->XMLProto == nullptr) return EFI_INVALID_PARAMETER;
   const SSIB_ENTRY_LIST *element = handle->ssibEntryListPtr;
-  log(lines.cursor, asNumber(element));
+  logOften(lines.cursor, asNumber(element));
   if (element == nullptr) {
     log(lines.nothing);
     return EFI_END_OF_FILE;
   }
-  log(lines.copying);
+  logOften(lines.copying);
   *entry = element->entry;
   return EFI_SUCCESS;
 }
@@ -55,13 +55,13 @@ EFI_STATUS get(SSIB2_PRIVATE_DATA *handle, SSIB_ENTRY *entry) {
   const EFI_STATUS status = copyRecord(handle, entry, kGetLines);
   if (status != EFI_SUCCESS) return status;
   SSIB_ENTRY_LIST *next = handle->ssibEntryListPtr->next;
-  log(L"iGetSSIBNextEntry - Done mem copying");
+  logOften(L"iGetSSIBNextEntry - Done mem copying");
   copyTexts(*entry, kAllStrings.first(kStringsBeforeNode));
   entry->Node = dupeNode(entry->Node, nullptr);
-  log(L"iGetSSIBNextEntry - Done copying data. Moving ssibEntryListPtr to %d", asNumber(next));
+  logOften(L"iGetSSIBNextEntry - Done copying data. Moving ssibEntryListPtr to %d", asNumber(next));
   copyTexts(*entry, kAllStrings.subspan(kStringsBeforeNode));
   handle->ssibEntryListPtr = next;
-  log(L"iGetSSIBNextEntry - Done.");
+  logOften(L"iGetSSIBNextEntry - Done.");
   return EFI_SUCCESS;
 }
 
@@ -70,7 +70,7 @@ EFI_STATUS peek(const SSIB2_PRIVATE_DATA *handle, SSIB_ENTRY *entry) {
   if (status != EFI_SUCCESS) return status;
   for (const StringField &field : kStrings) entry->*field.member = copyText(entry->*field.member);
   entry->Node = dupeNode(entry->Node, nullptr);
-  log(L"iPeekSSIBNextEntry - Done copying data");
+  logOften(L"iPeekSSIBNextEntry - Done copying data");
   return EFI_SUCCESS;
 }
 

@@ -34,6 +34,12 @@ template <typename... Values>
   logTo(vyxSsibDebug, kLibraryTag, format, values...);
 }
 
+// For the lines of every entry that is handed out: here a test without a call is worth its room.
+template <typename... Values>
+inline void logOften(const wchar_t *format, Values... values) {
+  if (vyxSsibDebug != nullptr) log(format, values...);
+}
+
 // For formats that announce a file name by "%s": they take a single-byte copy of it.
 template <typename... Values>
 void logNarrow(const DEBUG_LOG_PROTOCOL *service, const wchar_t *format, const wchar_t *name, Values... values) {
