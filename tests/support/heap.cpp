@@ -7,6 +7,8 @@
 namespace {
 
 std::size_t untilFailure = 0;  // allocations up to the one that fails; 0 when none is to fail
+bool allFollow = false;        // whether those after it fail, too
+bool hasFailed = false;
 
 // Never destroyed: blocks are freed until the very end of the process. Its own memory comes from operator new, which is
 // not wrapped.
@@ -15,9 +17,11 @@ std::unordered_set<const void *> &blocks() {
   return instance;
 }
 
-// Counts an allocation; true for the one that fails.
+// Counts an allocation; true for one that fails.
 bool countDown() {
-  return untilFailure != 0 && --untilFailure == 0;
+  if (untilFailure == 0) return hasFailed && allFollow;
+  hasFailed = --untilFailure == 0;
+  return hasFailed;
 }
 
 template <typename T>
@@ -69,16 +73,19 @@ std::size_t live() {
   return blocks().size();
 }
 
-Watch::Watch(std::size_t failing) : armed_(failing != 0) {
+Watch::Watch(std::size_t failing, bool lasts) {
   untilFailure = failing;
+  allFollow = lasts;
+  hasFailed = false;
 }
 
 Watch::~Watch() {
   untilFailure = 0;
+  allFollow = false;
 }
 
 bool Watch::failed() const {
-  return armed_ && untilFailure == 0;
+  return hasFailed;
 }
 
 }  // namespace test::heap

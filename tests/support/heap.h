@@ -10,18 +10,15 @@ namespace test::heap {
 // Blocks that were allocated and not yet freed.
 std::size_t live();
 
-// Fails the nth allocation within its scope, counted from 1; 0 fails none.
+// Fails the nth allocation within its scope, counted from 1, or all from it on; 0 fails none.
 class Watch {
  public:
-  explicit Watch(std::size_t failing = 0);
+  explicit Watch(std::size_t failing = 0, bool lasts = false);
   ~Watch();
   Watch(const Watch &) = delete;
   Watch &operator=(const Watch &) = delete;
 
   bool failed() const;  // whether the nth came
-
- private:
-  bool armed_;
 };
 
 }  // namespace test::heap

@@ -160,7 +160,8 @@ void LibraryTest::make(const Words &step) {
   host().fault = std::exchange(fault_, {"none"});
   host().failWrites = host().fault->prefix == "write";
   {
-    const heap::Watch watch(host().fault->prefix == "allocation" ? host().fault->nth : 0);
+    const bool lasts = host().fault->prefix == "allocations";
+    const heap::Watch watch(lasts || host().fault->prefix == "allocation" ? host().fault->nth : 0, lasts);
     result = "= " + hexadecimal(call(step, taken));
     const std::size_t seen = host().failWrites ? 1 : host().fault->seen;
     faultHappened = watch.failed() || seen >= host().fault->nth;

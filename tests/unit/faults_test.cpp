@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Every allocation, every platform call and all writing fail once, in every operation on both forms. What can come of
-// it is listed whole: what is not listed must not happen, what is listed must.
+// Every allocation (once, and with all that follow), every platform call and all writing fail, in every operation on
+// both forms. What can come of it is listed whole: what is not listed must not happen, what is listed must.
 #include <map>
 #include <set>
 
@@ -11,7 +11,7 @@ namespace {
 
 // How all writing and all calls can fail: which, and with which status.
 const std::pair<const char *, const char *> kFailures[] = {
-    {"allocation", ""}, {"write", ""}, {"any", "80000007"}, {"any", "8000000f"}};
+    {"allocation", ""}, {"allocations", ""}, {"write", ""}, {"any", "80000007"}, {"any", "8000000f"}};
 
 void replaceAll(std::string &text, const std::string &found, const std::string &shorter) {
   for (std::size_t at = 0; (at = text.find(found, at)) != std::string::npos; at += shorter.size())
@@ -24,6 +24,18 @@ const std::string kHoles[] = {
     "< x=\"1\">t<m/></>",   "<~ x=\"1\">t<m/></~>", "<n x=\"1\"><m/></n>",  "<n x=\"1\">~<m/></n>",
     "<n>t<m/></n>",         "<n =\"1\">t<m/></n>",  "<n ~=\"1\">t<m/></n>", "<n x=\"\">t<m/></n>",
     "<n x=\"~\">t<m/></n>", "<n x=\"1\">t</n>",     "<n x=\"1\">t</></n>",  "<n x=\"1\">t<~/></n>",
+};
+// The copies beside these for which memory ended there.
+const std::string kRemains[] = {
+    "</>",
+    "<~/>",
+    "<n/>",
+    "<n>~</n>",
+    "<n>t</n>",
+    "<n =\"\">t</n>",
+    "<n ~=\"\">t</n>",
+    "<n x=\"\">t</n>",
+    "<n x=\"~\">t</n>",
 };
 
 // Jobs in short: "[ a a+]" has a command, a display name and extra content, "*" in its place is one with a hole, "[?]"
@@ -39,6 +51,7 @@ std::string inShort(std::string text) {
   for (const char *name : {" Cmd_Line=", " Display_Name="}) replaceAll(text, name, " ");
   replaceAll(text, kNode + kWhole, "+");
   for (const std::string &hole : kHoles) replaceAll(text, kNode + hole, "*");
+  for (const std::string &remains : kRemains) replaceAll(text, kNode + remains, "*");
   for (std::size_t at = 0; (at = text.find('[', at)) != std::string::npos; ++at) {
     const std::size_t length = text.find(']', at) + 1 - at;
     if (text.substr(at, length).find('=') != std::string::npos) text.replace(at, length, "[?]");
@@ -112,15 +125,18 @@ TEST_F(Faults, EachAloneHasAKnownOutcome) {
        "0: 1 Main.ssib >[+][a][c] | Main.ssib=nac\n0: 1 Main.ssib | Main.ssib=nac\n"},
       {"service on", "open Main.ssib", "80000007 80000009 8000000f: 0\n0: 1 Main.ssib\n"},
       {"file Main.ssib nac; open Main.ssib", "get",
-       "0 0 LU_Category=cat+ 0 Task_Name=task+ 0* 0+: 1 Main.ssib [+]>[a][c] | Main.ssib=nac\n"},
+       "0 0 LU_Category=cat+ 0 Task_Name=task 0 Task_Name=task* 0 Task_Name=task+ 0* 0+: 1 Main.ssib [+]>[a][c] | "
+       "Main.ssib=nac\n"},
       {"file Main.ssib nac; open Main.ssib", "peek",
-       "0 0 LU_Category=cat+ 0 Task_Name=task+ 0* 0+: 1 Main.ssib >[+][a][c] | Main.ssib=nac\n"},
+       "0 0 LU_Category=cat+ 0 Task_Name=task 0 Task_Name=task+ 0* 0+: 1 Main.ssib >[+][a][c] | Main.ssib=nac\n"},
       {"file Main.ssib a; open Main.ssib", "add nx",
-       "80000009: 1 Main.ssib >[a] | Main.ssib=a\n0: 1 Main.ssib >[a][ n*][x5] | Main.ssib=a\n"
-       "80000009: 1 Main.ssib >[a][ n+] | Main.ssib=a\n0: 1 Main.ssib >[a][ n+][ x] | Main.ssib=a\n"
-       "0: 1 Main.ssib >[a][ n+][?] | Main.ssib=a\n0: 1 Main.ssib >[a][ n+][x5] | Main.ssib=a\n"
-       "0: 1 Main.ssib >[a][ n][x5] | Main.ssib=a\n0: 1 Main.ssib >[a][+][x5] | Main.ssib=a\n"
-       "0: 1 Main.ssib >[a][?][x5] | Main.ssib=a\n"},
+       "80000009: 1 Main.ssib >[a] | Main.ssib=a\n80000009: 1 Main.ssib >[a][ n*] | Main.ssib=a\n"
+       "0: 1 Main.ssib >[a][ n*][x5] | Main.ssib=a\n80000009: 1 Main.ssib >[a][ n+] | Main.ssib=a\n"
+       "0: 1 Main.ssib >[a][ n+][ x] | Main.ssib=a\n0: 1 Main.ssib >[a][ n+][?] | Main.ssib=a\n"
+       "0: 1 Main.ssib >[a][ n+][] | Main.ssib=a\n0: 1 Main.ssib >[a][ n+][x5] | Main.ssib=a\n"
+       "80000009: 1 Main.ssib >[a][ n] | Main.ssib=a\n0: 1 Main.ssib >[a][ n][x5] | Main.ssib=a\n"
+       "0: 1 Main.ssib >[a][+][x5] | Main.ssib=a\n80000009: 1 Main.ssib >[a][?] | Main.ssib=a\n"
+       "0: 1 Main.ssib >[a][?][x5] | Main.ssib=a\n80000009: 1 Main.ssib >[a][] | Main.ssib=a\n"},
       {"file Main.ssib xac; open Main.ssib", "remove a",
        "0 300004 300009 80000007: 1 Main.ssib >[x][c] | Main.ssib=xac\n0: 1 Main.ssib >[x][c] | Main.ssib=xc\n"},
       {"file Main.ssib an; open Main.ssib; add b", "flush",
@@ -151,10 +167,10 @@ TEST_F(Faults, EachAloneHasAKnownOutcome) {
        "0 80000009: 1 mode 1 a.json | a.json=ub\n"},
       {"open a.json", "parse [{\"FQDD\":\"f\",\"JobType\":\"t\"}{\"FQDD\":\"g\"}]",
        "80000009: 1 mode 1 a.json\n80000009: 1 mode 1 a.json >[?]\n0: 1 mode 1 a.json >[?][?]\n"
-       "0: 1 mode 1 a.json >[?][]\n"},
+       "0: 1 mode 1 a.json >[?][]\n80000009: 1 mode 1 a.json >[]\n"},
       {"open a.json", "add u",
        "80000009: 1 mode 1 a.json\n0: 1 mode 1 a.json [ u u]\n0: 1 mode 1 a.json [ u]\n0: 1 mode 1 a.json [?]\n"
-       "0: 1 mode 1 a.json [u5]\n"},
+       "0: 1 mode 1 a.json []\n0: 1 mode 1 a.json [u5]\n"},
       {"file a.json ub; open a.json", "remove u",
        "0: 1 mode 1 a.json >[b] | a.json=b\n0 80000015: 1 mode 1 a.json >[b] | a.json=ub\n"},
       {"file a.json ub; open a.json; add c", "flush",
@@ -162,10 +178,12 @@ TEST_F(Faults, EachAloneHasAKnownOutcome) {
       {"file a.json ub; open a.json; add c", "close", "0 80000015: 0 | a.json=ub\n0: 0 | a.json=ubc\n"},
       {"file BIOS_task_list.json ab; file sub.json c", "merge sub.json 0",
        "0: 0 | BIOS_task_list.json=a text missing | sub.json=c\n"
+       "80000009: 0 | BIOS_task_list.json=ab | sub.json=a text missing\n"
        "0 80000009 8000000e 8000000f 80000015: 0 | BIOS_task_list.json=ab | sub.json=c\n"
        "0: 0 | BIOS_task_list.json=abc | sub.json=c\n0: 0 | BIOS_task_list.json=c | sub.json=c\n"},
       {"file BIOS_task_list.json ab; file sub.json c", "merge sub.json 1",
        "0: 0 | BIOS_task_list.json=a text missing\n0: 0 | BIOS_task_list.json=ab\n"
+       "80000009: 0 | BIOS_task_list.json=ab | sub.json=a text missing\n"
        "80000009 8000000e 8000000f 80000015: 0 | BIOS_task_list.json=ab | sub.json=c\n0: 0 | BIOS_task_list.json=abc\n"
        "0: 0 | BIOS_task_list.json=abc | sub.json=c\n0: 0 | BIOS_task_list.json=c\n"},
   };
