@@ -8,7 +8,7 @@ _ssib_ask() { "$tool" "$@" </dev/null 2>/dev/null; }
 # The options of the tool, or of a command, one a line with the type of its value.
 _ssib_options() {
   _ssib_ask "$@" --help |
-    sed -nE 's/^  (-[a-zA-Z],)?(--[a-z-]+)( (FIELD=VALUE|[A-Z]+))?( .*)?$/\1\2 \4/p' |
+    sed -nE 's/^  (-[a-zA-Z],)?(--[a-z-]+)( ([A-Z]+(=VALUE|,\.\.\.)?))?( .*)?$/\1\2 \4/p' |
     sed -E 's/^(-.),(--[^ ]*)( .*)$/\1\3\n\2\3/'
 }
 
@@ -36,6 +36,7 @@ _ssib_values() {
     PLACE) _ssib_ask add --help | grep -oE '(ap|pre)pend-(hi|lo)' | sort -u ;;
     FIELD) _ssib_fields ;;
     FIELD=VALUE) _ssib_fields = ;;
+    FIELD,...) _ssib_fields | sed "s/^/${word%"${word##*,}"}/" ;;
     NAME | QUEUE | OTHER) _ssib_queues ;;
     NUMBERS) _ssib_numbers ;;
     COMMAND | ARG) if [[ $command == run ]]; then echo --; else _ssib_commands; fi ;;

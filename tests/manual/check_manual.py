@@ -64,6 +64,7 @@ def check_completion(shell, common, commands):
         same("completed " + command, {name for name in known | common if name[:2] == "--"}, completed(command, "--"))
     for words, expected in (([""], commands), (["show", "--match", "job"], ["job-id", "job-type"]),
                             (["add", "--at", "pre"], ["prepend-hi", "prepend-lo"]), (["run", ""], ["--"]),
+                            (["list", "--columns", "job"], ["job-id", "job-type"]),
                             (["-q", shlex.quote(HOSTILE), "show", ""], "1"),
                             (["move", "1", "--to", ""], ["Main.ssib", HOSTILE])):
         same("completed " + " ".join(words), expected, completed(*words))

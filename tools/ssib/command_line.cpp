@@ -287,7 +287,7 @@ void printHelp(const CLI::App &app, const std::string &name) {
   for (const Command &command : commands()) {
     if (name == command.name) return print(app.get_subcommand(name)->help(app.get_name()));
   }
-  if (!name.empty()) {
+  if (!name.empty() && name != "help") {
     throw Stop(Exit::Usage, escaped(name) + " is not a command" + didYouMean(name, knownNames(app, false)));
   }
   // The application's own help() is that of the command parsed, here "help".

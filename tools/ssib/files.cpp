@@ -112,7 +112,7 @@ bool isFile(const std::string &path) {
   }
   if (S_ISREG(status.st_mode)) return true;
   if (S_ISLNK(status.st_mode)) fail("open", path, "it is a symbolic link; name the file that it points to");
-  fail("open", path, S_ISDIR(status.st_mode) ? "it is a directory" : "it is no regular file");
+  fail("open", path, S_ISDIR(status.st_mode) ? "it is a directory" : "it is not a regular file");
 }
 
 void replaceFile(const std::string &path, const std::string &bytes) {

@@ -71,7 +71,7 @@ Queue openToChange(const QueueName &name, bool forced) {
     warnOf(opened.losses, name);
     return std::move(opened.queue);
   }
-  std::string message = "cannot write " + name.shown() + " anew without losing something of it:\n";
+  std::string message = "cannot rewrite " + name.shown() + " without losing something of it:\n";
   for (const std::string &loss : opened.losses) message += "  " + loss + "\n";
   throw Stop(Exit::Refused, message + name.checkCommand() + " tells what else is odd; --force writes all the same");
 }

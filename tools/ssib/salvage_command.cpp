@@ -42,19 +42,8 @@ void requireWholeEntry(const QueueName &name, const StrictReading &reading) {
                                 "? Otherwise 'ssib delete -q " + name.shown() + "' removes it");
 }
 
-Exit printWhole(const QueueName &name) {
-  const StrictReading reading = readStrictly(name.form(), bytesToSalvage(name));
-  sayWhatIsMissing(name, reading);
-  Elements elements;
-  for (const StrictEntry &entry : reading.entries) elements.push_back(elementOf(entry));
-  const Queue queue(name, std::move(elements));
-  Places all(queue.elements.size());
-  std::iota(all.begin(), all.end(), std::size_t{0});
-  print(entriesAsJson(queue, all));
-  return Exit::Done;
-}
-
-// An element that a file of the form gives back; none for an entry that it cannot hold. Says what is left out.
+// The element of an entry, without what a file of the form does not hold; none when that is needed. Says what is left
+// out.
 SSIB_ENTRY_LIST *storable(Form form, const StrictEntry &entry, std::size_t number) {
   const auto say = [&](const char *what) { std::fprintf(stderr, "ssib: entry %zu: left out: %s\n", number, what); };
   if (form == Form::TaskList && !isTaskListEntry(entry)) {
@@ -62,16 +51,29 @@ SSIB_ENTRY_LIST *storable(Form form, const StrictEntry &entry, std::size_t numbe
     return nullptr;
   }
   SSIB_ENTRY_LIST *element = elementOf(entry);
-  const char *command = element->entry.Cmd_Line;
-  if (command != nullptr && element->entry.Node != nullptr) {
+  if (element->entry.Cmd_Line != nullptr && element->entry.Node != nullptr) {
     say("its Node, beside which it has a command line");
     removeField(*findField("Node"), *element);
   }
-  // A pair of quotes around the whole is not written.
-  if (command != nullptr && *command == '"') {
-    setText(*findField("Cmd_Line"), element->entry, ('"' + std::string(command) + '"').c_str());
-  }
   return element;
+}
+
+Queue salvaged(const QueueName &name, const StrictReading &reading) {
+  sayWhatIsMissing(name, reading);
+  Elements elements;
+  for (const StrictEntry &entry : reading.entries) {
+    elements.push_back(storable(name.form(), entry, elements.size() + 1));
+  }
+  std::erase(elements, nullptr);
+  return {name, std::move(elements)};
+}
+
+Exit printWhole(const QueueName &name) {
+  const Queue queue = salvaged(name, readStrictly(name.form(), bytesToSalvage(name)));
+  Places all(queue.elements.size());
+  std::iota(all.begin(), all.end(), std::size_t{0});
+  print(entriesAsJson(queue, all));
+  return Exit::Done;
 }
 
 void putAside(const QueueName &name, const QueueName &aside, const std::string &bytes) {
@@ -84,6 +86,13 @@ void putAside(const QueueName &name, const QueueName &aside, const std::string &
   storeBytes(aside, bytes);
 }
 
+// A pair of quotes around the whole of a command line is not written.
+void keepQuotes(SSIB_ENTRY &entry) {
+  const char *command = entry.Cmd_Line;
+  if (command == nullptr || *command != '"') return;
+  setText(*findField("Cmd_Line"), entry, ('"' + std::string(command) + '"').c_str());
+}
+
 Exit salvageInPlace(const Request &request) {
   const QueueName &name = request.queue;
   const QueueName aside = name.with(kPutAside);
@@ -93,13 +102,8 @@ Exit salvageInPlace(const Request &request) {
   if (!reading.damage) throw Stop(Exit::NothingThere, name.shown() + " is not damaged, and stays as it is");
   requireWholeEntry(name, reading);
   putAside(name, aside, bytes);
-  sayWhatIsMissing(name, reading);
-  Elements elements;
-  for (const StrictEntry &entry : reading.entries) {
-    elements.push_back(storable(name.form(), entry, elements.size() + 1));
-  }
-  std::erase(elements, nullptr);
-  Queue queue(name, std::move(elements));
+  Queue queue = salvaged(name, reading);
+  for (SSIB_ENTRY_LIST *element : queue.elements) keepQuotes(element->entry);
   queue.store();
   const std::size_t entries = queue.elements.size();
   report(request,
