@@ -104,14 +104,14 @@ EFI_STATUS varsk_fclose_1(const wchar_t *, FILE *stream, const char *mode) {
   const auto written = outputs().extract(stream);
   const bool isIntact = std::fflush(stream) == 0 && std::ferror(stream) == 0;
   const bool isClosed = std::fclose(stream) == 0;
-  if (!isMode(mode, written.empty() ? "r" : "w")) return EFI_INVALID_PARAMETER;
-  if (written.empty()) return EFI_SUCCESS;
-  lastChange = isIntact && isClosed ? statusOf([&] { written.mapped()->replacement.commit(); }) : EFI_DEVICE_ERROR;
-  return lastChange;
+  if (written.empty()) return isMode(mode, "r") ? EFI_SUCCESS : EFI_INVALID_PARAMETER;
+  if (!isMode(mode, "w")) return lastChange = EFI_INVALID_PARAMETER;
+  if (!isIntact || !isClosed) return lastChange = EFI_DEVICE_ERROR;
+  return lastChange = statusOf([&] { written.mapped()->replacement.commit(); });
 }
 
 EFI_STATUS varsk_fdelete_1(const wchar_t *partition, const wchar_t *fileName) {
-  if (partition == nullptr || fileName == nullptr) return EFI_INVALID_PARAMETER;
+  if (partition == nullptr || fileName == nullptr) return lastChange = EFI_INVALID_PARAMETER;
   return lastChange = statusOf([&] {
            const std::string path = partitionPath(partition), name = vyx::platform::fileName(fileName);
            const Descriptor directory = openDirectory(path, O_RDONLY);
