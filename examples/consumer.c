@@ -54,10 +54,11 @@ static int run_all(SSIB2_PRIVATE_DATA *queue, unsigned *done) {
     if (status == EFI_END_OF_FILE) return 0;
     if (failed("get a job", status)) return 1;
     /* The cursor stands on the next job already, so taking this one out of the list does not disturb the walk. */
-    const int unremoved = run(&entry) && failed("remove a job that is done", iRemoveFromSSIBQueue(queue, &entry));
+    const int is_done = run(&entry);
+    const int unremoved = is_done && failed("remove a job that is done", iRemoveFromSSIBQueue(queue, &entry));
     release(queue, &entry);
     if (unremoved) return 1;
-    ++*done;
+    if (is_done) ++*done;
   }
 }
 
