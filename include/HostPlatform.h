@@ -68,8 +68,8 @@ EFI_STATUS vyxHostLockPartition(const wchar_t *partition, uint32_t milliseconds,
 void vyxHostUnlockPartition(VYX_HOST_LOCK *lock);
 
 /**
- * Whether the partition storage has made the last change of this process last: what the last close of a stream that was
- * open for writing, or the last deletion, returned. The library does not pass that on.
+ * Whether the partition storage has made the last change of this process durable: what the last close of a stream that
+ * was open for writing, or the last deletion, returned. The library does not pass that on.
  *
  * @retval EFI_SUCCESS  there was none yet, or it outlasts a power loss, as far as VARSK_SYNC asks for that
  * @return otherwise the failure; the change may have been made all the same

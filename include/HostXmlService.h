@@ -13,8 +13,8 @@
  *
  * Writing. A tag a line, with no line feed inside an element that has text. Every byte of a text or attribute value is
  * the same after reading it back; only the empty value of an element with children comes back as none. A tree whose
- * texts are all UTF-8 is written as such, without a declaration; any other byte above 0x7F makes the document
- * ISO-8859-1, byte for byte.
+ * texts are all UTF-8, of characters that XML permits, is written as such, without a declaration; any other byte above
+ * 0x7F makes the document ISO-8859-1, byte for byte.
  *
  * No operation recurses; each costs time linear in the tree. Statuses of all four operations:
  *   EFI_INVALID_PARAMETER  a null argument, a null or empty name or image; a document that is not well-formed; a tree

@@ -47,7 +47,10 @@ typedef uint32_t EFI_STATUS;
 #define EFI_ABORTED ((EFI_STATUS)0x80000015)           /**< given up, because of what was met on the way */
 #define EFI_END_OF_FILE ((EFI_STATUS)0x8000001F)       /**< the end of the list */
 
-/** Non-zero when `status` is a failure. A positive status other than 0 is a warning and counts as success. */
+/**
+ * Non-zero when `status` is a failure by its highest bit. The failures of the library's own, SSIB_STATUS_NO_FILE for
+ * example, do not have that bit: where only success will do, compare with EFI_SUCCESS.
+ */
 #define EFI_ERROR(status) ((((EFI_STATUS)(status)) & 0x80000000U) != 0)
 
 /**
@@ -102,10 +105,11 @@ EFI_STATUS getProtocolInstanceByGuid(const EFI_GUID *guid, uint32_t *count, void
 /**
  * Partition storage: opens a file of a flash partition as a standard buffered stream.
  *
- * When reading, only EFI_ACCESS_DENIED keeps an existing file safe. Every other status without a stream is taken as "no
- * such file": the queue opens as an empty one, and the next flush or last close of an XML queue, or of a task list to
- * which something was added, overwrites the file. So the status for a file that exists or may exist, but cannot be
- * opened (refused, damaged, a device or memory that fails, a partition that is not mounted yet), is EFI_ACCESS_DENIED.
+ * When reading, only EFI_ACCESS_DENIED keeps an existing file safe. Every other status without a stream, at the first
+ * of the two opens with which the library reads a queue, is taken as "no such file": the queue opens as an empty one,
+ * and the next flush or last close of an XML queue, or of a task list to which something was added, overwrites the
+ * file. So the status for a file that exists or may exist, but cannot be opened (refused, damaged, a device or memory
+ * that fails, a partition that is not mounted yet), is EFI_ACCESS_DENIED.
  *
  * @param partition  the partition's name
  * @param fileName   the file's name inside the partition

@@ -30,7 +30,8 @@
  *     too, because the JSON writer's buffer and vyx_fgetc's read-ahead are shared by all. Nothing coordinates two
  *     handles, or two processes, that have one file open: the last one to write decides.
  *   - Only the functions that say so touch flash.
- *   - Costs are given for a list of N elements. The list has no tail pointer and no index: N elements take one walk.
+ *   - Costs are given for a list of N elements. The list is singly linked, without a pointer to its end: going to a
+ *     place in it takes a walk.
  */
 #ifndef VYX_SSIB_BACKEND_H
 #define VYX_SSIB_BACKEND_H
@@ -341,7 +342,7 @@ EFI_STATUS iFlushSSIBQueue(SSIB2_PRIVATE_DATA *SSIB2);
 EFI_STATUS iCloseSSIB(SSIB2_PRIVATE_DATA *SSIB2);
 
 /**
- * Deletes a queue's file, in sVarskPartition. A handle that has it open keeps its list, and writes the file anew when
+ * Deletes a queue's file, in sVarskPartition. A handle that has it open keeps its list, and writes the file again when
  * it flushes. Changes flash.
  *
  * @param SSIB2     only tested for null
@@ -376,7 +377,8 @@ EFI_STATUS iDeleteSSIB(SSIB2_PRIVATE_DATA *SSIB2, const wchar_t *fileName);
  * @retval EFI_INVALID_PARAMETER  one of the first two arguments is null; or a task list does not parse
  * @retval EFI_NOT_FOUND          the sub-queue's file cannot be opened, or there is no XML service; files untouched
  * @return otherwise the failure of iOpenSSIB for either queue. The main file is untouched, the sub-queue's file at most
- *         written again with its own entries
+ *         written again with its own entries (of a task list that was read when memory was short: without the texts
+ *         that had no room)
  */
 EFI_STATUS iMergeToMain(SSIB2_PRIVATE_DATA *SSIB2, const wchar_t *subQueueName, uint32_t deleteSubQueue);
 

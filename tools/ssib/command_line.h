@@ -13,7 +13,7 @@ struct Parsed {
   std::optional<Request> request = std::nullopt;
 };
 
-// Throws Stop (wrong usage) when the command line is no command of the tool's.
+// Throws Stop (wrong usage) when the command line is not a command of the tool.
 Parsed parseCommandLine(int argc, char **argv);
 
 }  // namespace tool

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What the tool has from the stand-in platform beside the library's services. On another platform the functions are
-// missing: then there is no lock, statuses are numbers, and only ASCII is named and shown as it is.
+// missing: then there is no lock, statuses are numbers, only ASCII is named and shown as it is, and what needs to know
+// where the files are is refused.
 #pragma once
 
 #include <cstdint>

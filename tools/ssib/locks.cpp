@@ -58,7 +58,7 @@ EFI_STATUS tryFlock(int file, std::uint32_t milliseconds) {
   return VYX_HOST_TIMEOUT;
 }
 
-// A directory that is no partition: its own lock, so that no file is left in it.
+// A directory other than the partition: its own lock, so that no file is left in it.
 Held lockDirectory(const std::string &path) {
   const int directory = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (directory < 0) throw Stop(Exit::Refused, "cannot lock " + escaped(path) + ": " + std::strerror(errno));
