@@ -15,7 +15,7 @@ namespace bench {
 namespace {
 
 constexpr double kMostOfBound = 2.0;
-constexpr double kMostOfCopies = 1.25;
+constexpr double kMostOfCopies = 1.15;
 constexpr double kMostOfService = 1.25;
 constexpr double kMostGrowth = 12.0;
 

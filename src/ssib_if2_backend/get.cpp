@@ -37,18 +37,20 @@ EFI_STATUS copyRecord(const SSIB2_PRIVATE_DATA *handle, SSIB_ENTRY *entry, const
     log(lines.nothing);
     return EFI_END_OF_FILE;
   }
-  logOften(lines.copying);
+  log(lines.copying);
   *entry = element->entry;
   return EFI_SUCCESS;
 }
 
-// Puts copies in the place of the list's texts.
-void copyTexts(SSIB_ENTRY &entry, std::span<const StringField> fields) {
-  const bool isReported = vyxSsibDebug != nullptr;
-  for (const StringField &field : fields) {
-    entry.*field.member = copyText(entry.*field.member);
-    if (isReported) log(field.copiedLine);
-  }
+[[gnu::noinline]] void logCopied(std::span<const StringField> fields) {
+  for (const StringField &field : fields) log(field.copiedLine);
+}
+
+// Puts copies in the place of the list's texts. Each is copied by code of its own, which saves a tenth of a walk.
+[[gnu::always_inline]] inline void copyTexts(SSIB_ENTRY &entry, std::span<const StringField> fields) {
+#pragma GCC unroll 8
+  for (const StringField &field : fields) entry.*field.member = copyText(entry.*field.member);
+  if (vyxSsibDebug != nullptr) logCopied(fields);
 }
 
 EFI_STATUS get(SSIB2_PRIVATE_DATA *handle, SSIB_ENTRY *entry) {
@@ -70,7 +72,7 @@ EFI_STATUS peek(const SSIB2_PRIVATE_DATA *handle, SSIB_ENTRY *entry) {
   if (status != EFI_SUCCESS) return status;
   for (const StringField &field : kStrings) entry->*field.member = copyText(entry->*field.member);
   entry->Node = dupeNode(entry->Node, nullptr);
-  logOften(L"iPeekSSIBNextEntry - Done copying data");
+  log(L"iPeekSSIBNextEntry - Done copying data");
   return EFI_SUCCESS;
 }
 
