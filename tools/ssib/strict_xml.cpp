@@ -43,14 +43,22 @@ std::uint32_t numberIn(const std::string &text, const Field &field) {
   return static_cast<std::uint32_t>(number) & field.largest;
 }
 
-// How many bytes of the document the event at hand stands for.
-auto eventBytes(XML_Parser parser) {
+// Where the event at hand begins in the document, and how many bytes of it the event stands for.
 #if XML_MAJOR_VERSION * 100 + XML_MINOR_VERSION >= 209
-  return XML_GetCurrentByteCount64(parser);
-#else
-  return XML_GetCurrentByteCount(parser);
-#endif
+std::int64_t eventBegin(XML_Parser parser) {
+  return XML_GetCurrentByteIndex64(parser);
 }
+std::int64_t eventBytes(XML_Parser parser) {
+  return XML_GetCurrentByteCount64(parser);
+}
+#else
+std::int64_t eventBegin(XML_Parser parser) {
+  return XML_GetCurrentByteIndex(parser);
+}
+std::int64_t eventBytes(XML_Parser parser) {
+  return XML_GetCurrentByteCount(parser);
+}
+#endif
 
 struct FreeParser {
   void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
@@ -118,7 +126,7 @@ class Run {
   Mark mark() const { return {place(), reading_.entries.size(), reading_.remarks.size()}; }
   // Of the event at hand, in the text.
   std::size_t place() const {
-    const auto index = static_cast<std::size_t>(std::max<XML_Index>(XML_GetCurrentByteIndex(parser_.get()), 0));
+    const auto index = static_cast<std::size_t>(std::max<std::int64_t>(eventBegin(parser_.get()), 0));
     return std::min(index - std::min(index, prefix_), text_.size());
   }
   void note(std::string text, bool drops) {
