@@ -7,7 +7,7 @@
   > MORE           goes on with the command
   printed          a line of standard output; in it "..." is any text, and alone any lines
   ! printed        a line of standard error
-  ? 3              the exit status, when it is not 0
+  ? 3              the exit status, when it is not 0; 77 says that the session cannot run here, and is this program's, too
 
 What stands before the first command of a session is a comment; blank lines after an output are not compared.
 
@@ -16,6 +16,8 @@ two outputs are one, as on a terminal, and a status shows only where a command p
 """
 import argparse, difflib, os, pathlib, re, subprocess, sys, tempfile
 
+
+SKIPPED = 77
 
 # By suffix: the lines around a transcript, what begins a session, and how a character is written.
 PLAIN = None, None, r"#+ (?=\S)", {}
@@ -106,6 +108,8 @@ def run_session(commands, arguments):
         environment = prepare(pathlib.Path(base), arguments)
         os.mkdir(environment["VARSK_ROOT"])
         ran = [(command, command.run(environment)) for command in commands]
+    if any(actual[-1:] == ["? %d" % SKIPPED] for _, actual in ran):
+        sys.exit(SKIPPED)
     differs = [(command, actual) for command, actual in ran if not command.is_recorded(actual)]
     for command, actual in differs:
         print("\n".join(["", "# " + command.title] + command.lines))
