@@ -15,6 +15,8 @@ SEED = int(sys.argv[4]) if len(sys.argv) > 4 else random.randrange(1 << 32)
 FLASH, LONG, HANDLED = (os.path.join(DIRECTORY, name) for name in ("flash", "long", "handled"))
 PARTITION = FLASH + "/VAR025/"
 MOST_WAITING = 150  # jobs; a queue is written beside the old one, and both have to fit
+LEAST_ENTRY = 100  # bytes; a file that has fewer is a queue without entries
+PATIENCE = 120  # seconds in which something has to be stored
 FORMS = [("Main.ssib", "Sub.ssib", "Failed.ssib"), ("BIOS_task_list.json", "Sub.json", "Failed.json")]
 HANDLER = ("--", "bash", "-c", '[ $((RANDOM % 100)) -ge $FAILING ] && echo "$EPOCHREALTIME $SSIB_JOB_ID" >>"$HANDLED"')
 ENVIRONMENT = os.environ | {"LC_ALL": "C", "HANDLED": HANDLED, "FAILING": "12", "VARSK_ROOT": FLASH}
@@ -90,7 +92,7 @@ def damage(chance, queue):
     """Cuts off what stands after the entries, and salvages until that succeeds."""
     with open(PARTITION + ".lock", "a", encoding="ascii") as lock:
         fcntl.flock(lock, fcntl.LOCK_EX)
-        if not os.path.exists(PARTITION + queue):
+        if not os.path.exists(PARTITION + queue) or os.path.getsize(PARTITION + queue) < LEAST_ENTRY:
             return
         os.truncate(PARTITION + queue, os.path.getsize(PARTITION + queue) - len("  ]\n}\n"))
     while finish(start("ssib", "salvage", "--in-place", "-q", queue), chance, (0, 1), True)[0] not in (0, 1):
@@ -175,15 +177,18 @@ def main():
                for i, (part, *more) in enumerate(parts)]
     for thread in threads:
         thread.start()
-    begin = shown = time.time()
-    while time.time() < begin + SECONDS and all(thread.is_alive() for thread in threads):
+    begin = shown = progress = time.time()
+    while time.time() < min(begin + SECONDS, progress + PATIENCE) and all(thread.is_alive() for thread in threads):
+        before = len(stored)
         time.sleep(0.5)
         handled()
+        progress = progress if len(stored) == before else time.time()
         if time.time() > shown + 10:
             shown = time.time()
             print(f"{shown - begin:5.0f} s: {len(stored)} stored,",
                   ", ".join(f"{counts[what]} {what}" for what in ("handled", "kills", "times full")), flush=True)
     wrong.extend("a part of the soak itself has ended" for thread in threads if not thread.is_alive())
+    wrong.extend(["nothing is stored any more"] * (time.time() > progress + PATIENCE))
     stopping.set()
     for thread in threads:
         thread.join()
