@@ -95,7 +95,10 @@ def damage(chance, queue):
         if not os.path.exists(PARTITION + queue) or os.path.getsize(PARTITION + queue) < LEAST_ENTRY:
             return
         os.truncate(PARTITION + queue, os.path.getsize(PARTITION + queue) - len("  ]\n}\n"))
+    begin = time.time()
     while finish(start("ssib", "salvage", "--in-place", "-q", queue), chance, (0, 1), True)[0] not in (0, 1):
+        if time.time() > begin + PATIENCE:
+            sys.exit(f"soak: {queue} cannot be salvaged")
         time.sleep(0.1)
     os.unlink(PARTITION + queue + ".damaged")
 

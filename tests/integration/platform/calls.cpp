@@ -103,7 +103,7 @@ void log() {
   line(0, "T", L"statuses %r %r %r", EFI_SUCCESS, EFI_NOT_FOUND, EFI_STATUS{0x300004});
   line(0, "T", L"a line end of its own %r\n", EFI_ABORTED);
   line(0, "T", L"another conversion is the last: 100%% %f %d", 1.0, 2);
-  line(0, "T", L"control characters %s %ls", "\x1B[2J\n\x7F", L"\a\u009B");
+  line(0, "T", L"control characters %s %ls", "\x1B[2J \n\x7F", L"\a\u009B");
   line(0, "T", L"bytes outside UTF-8 %s", "\xFF\x9B\xC3");
   line(0, "T", L"numbers outside Unicode %ls", L"a\x110000");
   line(0, "T", L"null strings %s %ls", nullptr, nullptr);
