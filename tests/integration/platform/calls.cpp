@@ -99,7 +99,7 @@ void log() {
   if (service == nullptr) return;
   const auto line = service->Print;
   line(0x800000, "VYXSSIB", L"numbers %d %d %x", -1, 7, 0xABCD);
-  line(0, "T", L"strings %s|%ls|", "a\xC3\xA9", L"b\u20AC");
+  line(0, "T", L"strings %s|%ls|", "a\xC3\xA9\xC2\xA0", L"b\u20AC");
   line(0, "T", L"statuses %r %r %r", EFI_SUCCESS, EFI_NOT_FOUND, EFI_STATUS{0x300004});
   line(0, "T", L"a line end of its own %r\n", EFI_ABORTED);
   line(0, "T", L"another conversion is the last: 100%% %f %d", 1.0, 2);

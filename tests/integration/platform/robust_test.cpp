@@ -306,6 +306,16 @@ TEST_F(Robust, AFileThatOthersReplacedIsClosed) {
   })));
 }
 
+TEST_F(Robust, AttributesThatCannotBeWrittenAreNotSet) {
+  ASSERT_EQ(CfgSetAttributeInt("a", 6, 0), 0);
+  const string before = contentsOf(attributes);
+  fault() = {"write", 1, ENOSPC};
+  EXPECT_EQ(CfgSetAttributeInt("a", 6, 1), -1);
+  EXPECT_EQ(contentsOf(attributes), before);
+  fill(attributes, "{}" + string((1 << 20) - 2, ' '));
+  EXPECT_EQ(CfgSetAttributeInt("a", 6, 1), 0);
+}
+
 TEST_F(Robust, ADeepAttributesFileIsRefused) {
   const string deep = "{\"a\":" + string(200000, '[') + string(200000, ']') + "}";
   fs::create_directories(root);

@@ -193,15 +193,20 @@ TEST(XmlService, WhatXmlCannotHoldIsNotWritten) {
 
 TEST(XmlService, NullArgumentsAreRefused) {
   XML_STRING text = {1, nullptr}, *image = nullptr;
-  XML_NODE *node = nullptr;
+  XML_NODE other = {}, *node = nullptr;
   auto *xml = service();
   for (const XML_STRING *none : {static_cast<XML_STRING *>(nullptr), &text}) {
-    EXPECT_EQ(xml->ParseImage(xml, none, &node), EFI_INVALID_PARAMETER);
-    EXPECT_EQ(xml->CreateNode(xml, none, &node), EFI_INVALID_PARAMETER);
+    for (const auto operation : {xml->ParseImage, xml->CreateNode}) {
+      node = &other;
+      EXPECT_EQ(operation(xml, none, &node), EFI_INVALID_PARAMETER);
+      EXPECT_EQ(node, nullptr);
+    }
   }
   EXPECT_EQ(xml->ParseImage(xml, &text, nullptr), EFI_INVALID_PARAMETER);
   EXPECT_EQ(xml->CreateNode(xml, &text, nullptr), EFI_INVALID_PARAMETER);
+  image = &text;
   EXPECT_EQ(xml->SerializeTree(xml, nullptr, 1, &image), EFI_INVALID_PARAMETER);
+  EXPECT_EQ(image, nullptr);
   EXPECT_EQ(xml->SerializeTree(xml, Tree(element("a")).get(), 1, nullptr), EFI_INVALID_PARAMETER);
   EXPECT_EQ(xml->DeleteTree(xml, nullptr), EFI_INVALID_PARAMETER);
   const XML_STRING shortest = {1, const_cast<char *>("a")};
