@@ -7,7 +7,7 @@
   > MORE           goes on with the command
   printed          a line of standard output; in it "..." is any text, and alone any lines
   ! printed        a line of standard error
-  ? 3              the exit status, when it is not 0; 77 says that the session cannot run here, and is this program's, too
+  ? 3              the exit status, when it is not 0; after 77, which says that it cannot run here, a session is skipped
 
 What stands before the first command of a session is a comment; blank lines after an output are not compared.
 
