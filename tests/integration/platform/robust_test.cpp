@@ -309,9 +309,13 @@ TEST_F(Robust, AFileThatOthersReplacedIsClosed) {
 TEST_F(Robust, AttributesThatCannotBeWrittenAreNotSet) {
   ASSERT_EQ(CfgSetAttributeInt("a", 6, 0), 0);
   const string before = contentsOf(attributes);
-  fault() = {"write", 1, ENOSPC};
-  EXPECT_EQ(CfgSetAttributeInt("a", 6, 1), -1);
-  EXPECT_EQ(contentsOf(attributes), before);
+  for (const Fault &each : {Fault{"write", 1, ENOSPC}, {"read", 1, EIO}}) {
+    EXPECT_TRUE(succeeded(startChild([&] {
+      fault() = each;
+      return CfgSetAttributeInt("b", 6, 1) == -1;
+    }))) << each.call;
+    EXPECT_EQ(contentsOf(attributes), before) << each.call;
+  }
   fill(attributes, "{}" + string((1 << 20) - 2, ' '));
   EXPECT_EQ(CfgSetAttributeInt("a", 6, 1), 0);
 }
@@ -322,6 +326,10 @@ TEST_F(Robust, ADeepAttributesFileIsRefused) {
   fill(attributes, deep);
   EXPECT_TRUE(succeeded(startChild([] { return CfgSetAttributeInt("b", 6, 0) == -1; })));
   EXPECT_TRUE(contentsOf(attributes) == deep);
+  for (const int depth : {16, 17}) {
+    fill(attributes, "{\"a\":" + string(depth, '[') + string(depth, ']') + "}");
+    EXPECT_EQ(CfgSetAttributeInt("b", 6, 0), depth == 16 ? 0 : -1) << depth;
+  }
 }
 
 TEST_F(Robust, ALockExcludesOthersForAsLongAsTheyWait) {
