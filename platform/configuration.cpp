@@ -139,7 +139,8 @@ void setAttribute(const char *name, int kind, int value) {
   const Lock lock(root, kPatience);
   refresh(root);
   if (hasValue(name, kind, value)) return;
-  json values = cache.values;
+  // A null that becomes an object without memory for it cannot be released.
+  json values = cache.values.is_null() ? json::object() : cache.values;
   values[name] = json::array({kind, value});
   store(root, values);
 }
