@@ -231,10 +231,10 @@ TEST_F(Robust, AWriteAsRootDoesNotLockTheOwnerOut) {
            varsk_fdelete_1(SSIB_PARTITION, SSIB_MAIN_QUEUE) == EFI_SUCCESS && write() == EFI_SUCCESS;
   })));
   ASSERT_EQ(chown(queue.c_str(), 0, 0), 0);
-  fs::permissions(queue, fs::perms{0666});
+  fs::permissions(queue, fs::perms{0667});
   EXPECT_TRUE(succeeded(startChild([&] {  // who is not of the group does not give its rights to another one
     return setgroups(0, nullptr) == 0 && setgid(65533) == 0 && setuid(65534) == 0 && write() == EFI_SUCCESS &&
-           fs::status(queue).permissions() == fs::perms{0606};
+           fs::status(queue).permissions() == fs::perms{0607};
   })));
 }
 
