@@ -326,7 +326,7 @@ TEST_F(Robust, ADeepAttributesFileIsRefused) {
   fill(attributes, deep);
   EXPECT_TRUE(succeeded(startChild([] { return CfgSetAttributeInt("b", 6, 0) == -1; })));
   EXPECT_TRUE(contentsOf(attributes) == deep);
-  for (const int depth : {16, 17}) {
+  for (const std::size_t depth : {16U, 17U}) {
     fill(attributes, "{\"a\":" + string(depth, '[') + string(depth, ']') + "}");
     EXPECT_EQ(CfgSetAttributeInt("b", 6, 0), depth == 16 ? 0 : -1) << depth;
   }
