@@ -43,7 +43,7 @@ void applyDefaultTimeout(SSIB_ENTRY &entry) {
 void addString(const StringField &field, const SSIB_ENTRY &source, SSIB_ENTRY_LIST &element) {
   char *copy = isValid(field.maskBit, element.fieldMask) ? copyText(source.*field.member) : nullptr;
   element.entry.*field.member = copy;
-  if (copy != nullptr && vyxSsibDebug != nullptr) log(field.valueLine, copy);
+  if (copy != nullptr) logOften(field.valueLine, copy);
 }
 
 // An element with copies of all that the entry points to; null when there is no memory for the element.

@@ -37,7 +37,7 @@ EFI_STATUS copyRecord(const SSIB2_PRIVATE_DATA *handle, SSIB_ENTRY *entry, const
     log(lines.nothing);
     return EFI_END_OF_FILE;
   }
-  log(lines.copying);
+  log(lines.copying);  // one more test would cost the library a page
   *entry = element->entry;
   return EFI_SUCCESS;
 }

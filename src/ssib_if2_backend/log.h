@@ -34,7 +34,7 @@ template <typename... Values>
   logTo(vyxSsibDebug, kLibraryTag, format, values...);
 }
 
-// For the lines of every entry that is handed out: here a test without a call is worth its room.
+// For the lines of every entry that is added or handed out: here a test without a call is worth its room.
 template <typename... Values>
 inline void logOften(const wchar_t *format, Values... values) {
   if (vyxSsibDebug != nullptr) log(format, values...);
