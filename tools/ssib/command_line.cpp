@@ -59,11 +59,12 @@ Request requestOf(const Command &command, const Arguments &arguments, bool isQue
   if (!arguments.handler.empty() && (command.takes & Command::Handler) == 0) {
     throw Stop(Exit::Usage, std::string(command.name) + " takes no command after --; 'ssib run' does");
   }
+  // GCC 12 releases a nested record twice when what follows throws, unless its type is named.
   Request request = {.operation = command.name,
                      .queue = arguments.file.empty() ? QueueName(arguments.queue) : QueueName::ofFile(arguments.file),
                      .isQueueNamed = isQueueNamed,
                      .isFileNamed = !arguments.file.empty(),
-                     .selection = {{}, parseMatches(arguments.matches)},
+                     .selection = Selection{{}, parseMatches(arguments.matches)},
                      .fields = arguments.fields,
                      .unlessMatch = parseMatches(arguments.unlessMatch),
                      .source = arguments.source,
