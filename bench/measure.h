@@ -20,7 +20,7 @@ using Way = std::function<Timed(std::size_t)>;
 struct Other {
   const char *name;
   Way way;
-  double most = 0;       // so many times as long as the other the library may take; 0: it is only shown
+  double most = 0;       // so many times as long as the other the library may take on 64-bit words; 0: it is only shown
   std::size_t from = 0;  // from so many jobs on; below, fixed costs decide
 };
 
