@@ -94,9 +94,11 @@ TEST_F(TextBlocks, ReallocGrowsNeverShrinksAndFreesTheOldBlockEvenOnFailure) {
 }
 
 TEST_F(TextBlocks, NarrowCopiesKeepTheLow8Bits) {
-  char *text = unicodeToAscii(L"Main.ssib \u0141\u00E9\u20AC");
-  EXPECT_STREQ(text, "Main.ssib A\xE9\xAC");
-  std::free(text);
+  for (std::size_t length = 0; length < 32; ++length) {  // some of which fill a block of the heap
+    char *text = unicodeToAscii((std::wstring(length, L'x') + L"\u0141\u00E9\u20AC").c_str());
+    EXPECT_EQ(text, std::string(length, 'x') + "A\xE9\xAC");
+    std::free(text);
+  }
   const heap::Watch watch(1);
   EXPECT_EQ(unicodeToAscii(L"a"), nullptr);
 }
