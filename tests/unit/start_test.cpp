@@ -24,6 +24,7 @@ TEST_F(Start, FillsTheWholeHandleAndUnloadingZeroesIt) {
   EXPECT_EQ(vyxSSIB2LinuxUnloadBackend(), EFI_SUCCESS);
   EXPECT_EQ(std::memcmp(&handle, &zero, sizeof(handle)), 0);
   EXPECT_EQ(vyxSsibDebug, log);
+  EXPECT_EQ(Protocol2Destructor(&handle), EFI_SUCCESS);
 }
 
 TEST_F(Start, NeedsTheXmlServiceButNoDebugLog) {

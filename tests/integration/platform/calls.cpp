@@ -107,6 +107,8 @@ void log() {
   line(0, "T", L"bytes outside UTF-8 %s", "\xFF\x9B\xC3");
   line(0, "T", L"numbers outside Unicode %ls", L"a\x110000");
   line(0, "T", L"null strings %s %ls", nullptr, nullptr);
+  line(0, nullptr, L"no tag");
+  line(0, "T", nullptr);
 }
 
 void trace() {

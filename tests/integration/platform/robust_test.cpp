@@ -112,8 +112,12 @@ TEST_F(Robust, WhatTheSystemDoesNotPermitIsNoFailureOfTheDevice) {
     fault() = {"openat", 1, error};
     EXPECT_EQ(lock(0), error == EIO ? EFI_DEVICE_ERROR : EFI_ACCESS_DENIED) << error;
   }
-  fault() = {"flock", 1, ENOLCK};
-  EXPECT_EQ(lock(0), EFI_DEVICE_ERROR);
+  for (const Fault &each : {Fault{"flock", 1, ENOLCK}, {"open", 1, ENOENT}}) {
+    fault() = each;
+    EXPECT_EQ(lock(0), EFI_DEVICE_ERROR) << each.call;
+  }
+  fault() = {"openat", 1, ENOENT};  // the file has been made since
+  EXPECT_EQ(lock(0), EFI_SUCCESS);
 }
 
 TEST_F(Robust, WhatIsAskedOfNothingOrForNobodyIsInvalid) {
@@ -125,11 +129,12 @@ TEST_F(Robust, WhatIsAskedOfNothingOrForNobodyIsInvalid) {
 
 TEST_F(Robust, OnlyTheShortestFormOfACharacterIsOne) {
   const string edges =
-      "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF";
+      "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF"
+      "\xF0\x90\x80\x80\xF1\x80\x80\x80\xF4\x8F\xBF\xBF";
   wchar_t *wide = nullptr;
   char *path = nullptr;
   EXPECT_EQ(vyxHostWideText(edges.c_str(), &wide), EFI_SUCCESS);
-  EXPECT_STREQ(wide, L"\x7F\x80\x7FF\x800\xD7FF\xE000\xFFFF\x10000\x10FFFF");
+  EXPECT_STREQ(wide, L"\x7F\x80\x7FF\x800\xD7FF\xE000\xFFFF\x10000\x40000\x10FFFF");
   EXPECT_EQ(vyxHostPartitionPath(wide, &path), EFI_SUCCESS);
   EXPECT_EQ(path, root.string() + '/' + edges);
   free(wide);
@@ -139,7 +144,7 @@ TEST_F(Robust, OnlyTheShortestFormOfACharacterIsOne) {
     EXPECT_EQ(vyxHostWideText(text, &wide), EFI_INVALID_PARAMETER) << testing::PrintToString(text);
 }
 
-TEST_F(Robust, ADebugLogThatDoesNotOpenIsAFailedLookUp) {
+TEST_F(Robust, ALookUpOpensTheDebugLogOrFailsAndClosesTheOneBefore) {
   constexpr EFI_GUID kLog = VYX_DEBUG_LOG_GUID;
   setenv("QUOR_DEBUG", (base / "debug.log").c_str(), 1);
   fault() = {"fdopen", 1, ENOMEM};
@@ -147,6 +152,13 @@ TEST_F(Robust, ADebugLogThatDoesNotOpenIsAFailedLookUp) {
   void **instances = nullptr;
   EXPECT_EQ(getProtocolInstanceByGuid(&kLog, &count, &instances), EFI_DEVICE_ERROR);
   EXPECT_EQ(count, 0U);
+  const auto lookUp = [&] {
+    EXPECT_EQ(getProtocolInstanceByGuid(&kLog, &count, &instances), EFI_SUCCESS);
+    free(instances);
+    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+  };
+  const auto before = lookUp();
+  EXPECT_EQ(lookUp(), before);
 }
 
 TEST_F(Robust, AFailedWriteEndsAndLeavesNothing) {
