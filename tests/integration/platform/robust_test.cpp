@@ -116,8 +116,13 @@ TEST_F(Robust, WhatTheSystemDoesNotPermitIsNoFailureOfTheDevice) {
     fault() = each;
     EXPECT_EQ(lock(0), EFI_DEVICE_ERROR) << each.call;
   }
-  fault() = {"openat", 1, ENOENT};  // the file has been made since
-  EXPECT_EQ(lock(0), EFI_SUCCESS);
+  fault() = {"open", 1, ENOTDIR};  // the directory has just become a link
+  EXPECT_EQ(lock(0), EFI_ACCESS_DENIED);
+  // The file has been made since; a signal came.
+  for (const Fault &each : {Fault{"openat", 1, ENOENT}, {"flock", 1, EINTR}}) {
+    fault() = each;
+    EXPECT_EQ(lock(0), EFI_SUCCESS) << each.call;
+  }
 }
 
 TEST_F(Robust, WhatIsAskedOfNothingOrForNobodyIsInvalid) {
