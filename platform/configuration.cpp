@@ -63,8 +63,10 @@ std::optional<Identity> identityOfOpenFile() {
   return identityOf(info);
 }
 
+// A rename takes the name of the file that it replaces before the path leads elsewhere: what was found at the path, but
+// without a name, is not the file any more.
 bool isCurrent(const std::string &root) {
-  if (cache.root != root || identityOfOpenFile() != cache.identity) return false;
+  if (cache.root != root || cache.identity.names == 0 || identityOfOpenFile() != cache.identity) return false;
   if (cache.visits == partitionVisits()) return true;
   struct stat info {};
   cache.visits = partitionVisits();
