@@ -333,7 +333,10 @@ TEST_F(Robust, AttributesThatCannotBeWrittenAreNotSet) {
     }))) << each.call;
     EXPECT_EQ(contentsOf(attributes), before) << each.call;
   }
-  fill(attributes, "{}" + string((1 << 20) - 2, ' '));
+  const string largest = "{}" + string((1 << 20) - 2, ' ');
+  fill(attributes, largest + ' ');
+  EXPECT_EQ(CfgSetAttributeInt("a", 6, 1), -1);
+  fill(attributes, largest);
   EXPECT_EQ(CfgSetAttributeInt("a", 6, 1), 0);
 }
 
