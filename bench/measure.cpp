@@ -17,8 +17,8 @@ constexpr int kTries = 4;
 // From here on a work's own cost is all that counts, so that growth shows.
 constexpr std::size_t kManyJobs = 10000;
 
-// The library's ratios are up to a tenth higher where a word has 32 bits.
-constexpr double kRoomForWords = sizeof(void *) == 8 ? 1 : 1.1;
+// The library's ratios are up to 15 % higher where a word has 32 bits.
+constexpr double kRoomForWords = sizeof(void *) == 8 ? 1 : 1.15;
 
 double nowMilliseconds(Clock clock) {
   timespec now = {};
@@ -35,11 +35,19 @@ int roundsFor(std::size_t size) {
   return size >= 100000 ? 5 : size >= 10000 ? 11 : 31;
 }
 
+// Makes the heap join what the preparation has freed, which the first large request would otherwise do in the time of
+// the work.
+void settleHeap() {
+  void *volatile block = std::malloc(1 << 20);
+  std::free(block);
+}
+
 double timeOf(const Way &way, std::size_t size, Clock clock) {
   const Timed timed = way(size);
   std::vector<double> times;
   for (int left = roundsFor(size); left > 0; --left) {
     if (timed.prepare) timed.prepare();
+    settleHeap();
     const double begin = nowMilliseconds(clock);
     timed.run();
     times.push_back(nowMilliseconds(clock) - begin);

@@ -57,7 +57,7 @@ Timed flushing(std::size_t count) {
   return {[=] { openNewQueue(count, kTaskList); }, [] { writeFile(kTaskList, writeList); }, closeQueue};
 }
 
-const Peer open(kTaskListOpen, {"RapidJSON in place", opening, kOnNullPlatform ? 0.7 : 0.8, 1000});
+const Peer open(kTaskListOpen, {"RapidJSON in place", opening, kOnNullPlatform ? 0.6 : 0.7, 1000});
 const Peer flush(kTaskListFlush, {"RapidJSON PrettyWriter", flushing, kOnNullPlatform ? 0.5 : 0.6, 1000});
 
 }  // namespace
