@@ -105,6 +105,8 @@ TEST_F(Json, OddTextsAreScannedByTheRules) {
       {"key without a value", R"([{"FQDD"}])", "read[]"},
       {"value without an end", R"([{"FQDD":"a}])", "read[]"},
       {"a character is skipped", R"([{"FQDD""a":"b"}])", "read[ FQDD=:]"},
+      {"lines like the writer's", "[{\n\t\t\t   \"JobType\" : \"t\",\n\t\t\t\t\t\txDisplayName\" : \"d\"}]",
+       "read[ Job_Type=t]"},
       {"high bytes", "[{\"FQDD\":\"\x80\xFF\"}]", "read[ FQDD=\x80\xFF]"},
   };
   for (const auto &row : rows) EXPECT_EQ(parse(row.text), row.result) << row.label;

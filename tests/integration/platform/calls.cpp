@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "HostPlatform.h"
 #include "PlatformServices.h"
 
 namespace {
@@ -143,6 +144,7 @@ const std::map<std::string, void (*)()> kCalls = {
     {"size", [] { std::printf("%s%u", gap(), getSize(streams.back())); }},
     {"close", closeFile},
     {"delete", [] { print(varsk_fdelete_1(partition, wide(*next++))); }},
+    {"last-change", [] { print(vyxHostWriteStatus()); }},
     {"as-nobody", becomeNobody},
     {"descriptors", limitDescriptors},
     {"set", setAttribute},
