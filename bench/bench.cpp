@@ -87,10 +87,6 @@ Way cycleWay(Form form) {
 // The service's part of an open and of a flush, in the order of the library, where an image that was read goes before
 // its tree and one that is written after it: the heap clears up when a large block is freed.
 
-void release(XML_NODE *root) {
-  must(service()->DeleteTree(service(), root));
-}
-
 Timed parsing(std::size_t count) {
   const auto image = std::make_shared<Image>();
   const auto prepare = [=] {

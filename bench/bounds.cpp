@@ -65,7 +65,7 @@ void open(Blocks &blocks, std::size_t count, Form form) {
   XML_NODE *root = parse(image);
   image = {};
   allocateJobs(blocks, count, textsOf(sampleJob(form)));
-  must(service()->DeleteTree(service(), root));
+  release(root);
 }
 
 void flushXml(std::size_t count) {
@@ -76,7 +76,7 @@ void flushXml(std::size_t count) {
   for (std::size_t done = 0; done < count; ++done) last = appendBlock(root, last);
   XML_STRING *image = nullptr;
   must(service()->SerializeTree(service(), root, 1, &image));
-  must(service()->DeleteTree(service(), root));
+  release(root);
   writeFile(kXml, [&](std::FILE *stream) {
     std::setvbuf(stream, nullptr, _IONBF, 0);
     must(std::fwrite(image->text, std::strlen(image->text), 1, stream) == 1);

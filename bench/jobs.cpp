@@ -94,6 +94,10 @@ XML_NODE *parse(const Image &image) {
   return root;
 }
 
+void release(XML_NODE *root) {
+  must(service()->DeleteTree(service(), root));
+}
+
 void writeFile(Form form, const std::function<void(std::FILE *)> &write) {
   FILE *stream = nullptr;
   must(varsk_fopen_1(sVarskPartition, nameOf(form), "w", &stream));

@@ -53,8 +53,9 @@ inline constexpr std::size_t kImageRoom = 64;
 // Reads a file with the calls of an open.
 Image readImage(Form form);
 
-// The tree of an XML queue's image, for DeleteTree to release.
+// The tree of an XML queue's image, which is released afterwards.
 XML_NODE *parse(const Image &image);
+void release(XML_NODE *root);
 
 // What a flush does with its stream.
 void writeFile(Form form, const std::function<void(std::FILE *)> &write);

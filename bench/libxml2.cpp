@@ -66,7 +66,7 @@ Timed parsing(std::size_t count) {
     writeQueue(count, kXml);
     *image = readImage(kXml);
   };
-  return {prepare, [=] { must(service()->DeleteTree(service(), TreeReader(*image).read())); }, {}};
+  return {prepare, [=] { release(TreeReader(*image).read()); }, {}};
 }
 
 const Peer parse(kXmlParse, {"libxml2 reader, same tree", parsing, 1.0, 100});
